@@ -1,0 +1,8 @@
+// Kv_Data: the electrical arithmetic of protection-relay testing.
+// Including this header gives the whole interface of the library.
+#pragma once
+
+#include "Kv_Data/Platform.h"
+#include "Kv_Data/State.h"
+#include "Kv_Data/ThreePhase.h"
+#include "Kv_Data/Util.h"
