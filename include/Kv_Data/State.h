@@ -3,7 +3,9 @@
 // The names, misspellings included, are the interface.
 #pragma once
 
+#include "Kv_Data/PlatformCollections.h"
 #include "Kv_Data/PlatformFile.h"
+#include "Kv_Data/PlatformObject.h"
 #include "Kv_Data/PlatformString.h"
 #include "Kv_Data/PlatformTypes.h"
 #include "Kv_Data/ThreePhase.h"
@@ -48,6 +50,118 @@ static_assert(sizeof(structKavorOutUITime) == 1048);
 static_assert(sizeof(T_MMS_ReportLogic) == 56);
 static_assert(sizeof(STRUCT_KavorWork) == 4);
 static_assert(sizeof(structKavorRpoRpv) == 72);
+
+// Rewrites the device-dependent globals (ranges, steps, contact counts, colours,
+// time-outs, model texts, file names) for the type in glob_dwKavorType. Globals that
+// the type's branches do not write keep what they held, also from an earlier call
+// with another type. Always returns 1.
+KV_DATA_API int SetConstantsFromKavorType();
+
+// One output contact. Only the flags and the first two values reach archives.
+struct KV_DATA_API COutContactEntry {
+    BYTE byFlag1 = 0;
+    BYTE byFlag2 = 0;
+    double dValue1 = 0.0;
+    double dValue2 = 0.0;
+    CString strText;
+    double dValue3 = 0.0;
+    double dValue4 = 0.0;
+};
+
+// The output-contact configuration: 512 entries, archived in two blocks. Serialize
+// holds the first cstMaxOldOutCont entries, SerializeRemain the rest, so that files
+// written before the later contacts existed still load.
+class KV_DATA_API COutContactsVal : public CObject {
+    KV_DECLARE_SERIAL(COutContactsVal)
+public:
+    static constexpr int kEntryCount = 512;
+
+    COutContactsVal() = default;
+    COutContactsVal(const COutContactsVal& other);
+    COutContactsVal& operator=(const COutContactsVal& other);
+    ~COutContactsVal() override = default;
+
+    // 1 when every field of every entry is equal (doubles exactly, texts byte by byte).
+    int operator==(const COutContactsVal& other) const;
+
+    // Archive errors are swallowed: a short archive leaves the entries not yet read as
+    // they were.
+    void Serialize(CArchive& ar) override;
+    // Storing errors reach the caller. A loading error resets every later entry's
+    // archived fields to their defaults (dValue2 = 0.1).
+    void SerializeRemain(CArchive& ar);
+
+    COutContactEntry m_aEntry[kEntryCount];
+};
+
+// The state that the suite's programs share: three value records, the output-contact
+// configuration, per-contact settings and the registry of open windows that a program
+// notifies through SendMessageToOpenWindow.
+class KV_DATA_API KavorState {
+public:
+    KavorState();
+    virtual ~KavorState();
+    KavorState(const KavorState&) = delete;
+    KavorState& operator=(const KavorState&) = delete;
+
+    // Appends, duplicates and null included.
+    void AddHwndToListOpenWindow(HWND hWnd);
+    // Removes the first occurrence only; the later entries keep their order.
+    void DeleteHwndFromListOpenWindow(HWND hWnd);
+    // Posts WM_COMMAND (wParam nMsg, lParam hWndParam) and then nMsg (0, 0) to every
+    // registered window but the sender, once per registration. Dead or null handles
+    // leave the registry on the way.
+    void SendMessageToOpenWindow(HWND hWndSender, UINT nMsg, HWND hWndParam);
+
+    // Store a copy of `value` given in representation `wMode` into m_Value, m_Value2 or
+    // m_Value3, converted to the representation m_wValueMode. Mask bits: 0x01 / 0x02 /
+    // 0x04 currents as phase values / a third form / symmetrical components, 0x10 /
+    // 0x20 / 0x40 the same for voltages.
+    void SetValue(const CValueIU& value, unsigned short wMode);
+    void SetValue2(const CValueIU& value, unsigned short wMode);
+    void SetValue3(const CValueIU& value, unsigned short wMode);
+
+    CValueIU m_Value;
+    CValueIU m_Value2;
+    CValueIU m_Value3;
+    double m_dImax;  // globImax when the object was made
+    double m_dStep1 = 0.01;
+    double m_dStep2 = 0.1;
+    double m_dSpare1 = 0.0;
+    double m_dSpare2 = 0.0;
+    double m_dFreq1 = 50.0;
+    double m_dFreq2 = 50.0;
+    int m_nFlag1 = 0;
+    int m_nFlag2 = 0;
+    COutContactsVal m_OutContacts;
+    DWORD m_adwContact1[COutContactsVal::kEntryCount] = {};
+    DWORD m_adwContact2[COutContactsVal::kEntryCount] = {};
+    int m_anContact3[COutContactsVal::kEntryCount];  // all 1
+    int m_anContact4[COutContactsVal::kEntryCount];  // all 1
+    int m_anGroup[3][8];                             // all 1
+    int m_nState1 = 0;
+    int m_nState2 = 0;
+    int m_nMask = 255;
+    double m_dState1 = 0.0;
+    double m_dState2 = 0.0;
+    WORD m_wValueMode = 0x11;  // representation of the three records; only callers change it
+    int m_nState3 = 0;
+    int m_nState4 = 0;
+    int m_nState5 = 2;
+    double m_dState3 = 10.0;
+    int m_nState6 = 2;
+    int m_nState7 = 0;
+    int m_nState8 = 0;
+    int m_nState9 = 0;
+    CArray<HWND, HWND> m_arrOpenWindow;  // handles are not owned
+    HWND m_hWndSender = nullptr;         // the sender of the last fan-out
+    int m_bFanOut = 0;
+
+private:
+    void StoreValue(CValueIU& record, const CValueIU& value, unsigned short wMode) const;
+};
+
+extern KV_DATA_API KavorState glbClassKavorState;
 
 // Device identity, power-on checks and contact counts.
 extern KV_DATA_API DWORD glob_dwKavorType;  // device-type code of the connected test set
@@ -649,6 +763,7 @@ extern KV_DATA_API CString glob_strUserOriginal;
 extern KV_DATA_API CString glob_strOraganizationOriginal;
 extern KV_DATA_API CString glob_strProtectOriginal;
 
-// glbClassKavorState and COutContactsVal::classCOutContactsVal are declared with their classes.
+// glbClassKavorState and COutContactsVal::classCOutContactsVal are declared with their
+// classes, before the catalogue.
 
 }  // namespace kv

@@ -48,4 +48,29 @@ public:
     double dSimFiU[3] = {};
 };
 
+// Transforms of a record between phase values, symmetrical components (positive,
+// negative, zero in slots 0, 1, 2, those of phase A) and line values (AB, BC, CA). The
+// mask selects the groups: bit 0 (1) the currents, bit 1 (2) the voltages. Each returns
+// 1, or 0 when a magnitude exceeds its limit (globImax, globUmax); the check covers both
+// groups whatever the mask, and the record is converted either way. Stored angles pass
+// through AbsAngleGr.
+
+// While glob_bArm is set, slot 2 holds 3I0 / 3U0 rather than I0 / U0, in what FazToSim
+// writes and in what SimToFaz reads. SimToFaz passes magnitudes up to the limit + 0.0001.
+KV_DATA_API int FazToSim(CValueIU& v, unsigned short mask);
+KV_DATA_API int SimToFaz(CValueIU& v, unsigned short mask);
+// Phase values in the working block to components in the sequence block and back,
+// both groups, I0 / U0 whatever glob_bArm says.
+KV_DATA_API int FazToSimAnotherFields(CValueIU& v);
+KV_DATA_API int SimToFazAnotherFields(CValueIU& v);
+// 1 when every phase magnitude that the components would give is within limit + 0.001.
+// The voltage and current forms are the same computation; m0 is I0 / U0 as it stands.
+KV_DATA_API int UcheckSimToFaz(double m1, double fi1, double m2, double fi2, double m0, double fi0,
+                               double limit);
+KV_DATA_API int IcheckSimToFaz(double m1, double fi1, double m2, double fi2, double m0, double fi0,
+                               double limit);
+KV_DATA_API int FazToLin(CValueIU& v, unsigned short mask);
+// SimToFaz, then FazToLin even when the first reported an excess; 1 only if both pass.
+KV_DATA_API int SimToLin(CValueIU& v, unsigned short mask);
+
 }  // namespace kv

@@ -617,8 +617,12 @@ CString glob_strProtectOriginal;
 structKavorRpoRpv KavorRpoRpv = {0, 0, 0, 0, 0, 0, 0.0, 0.0, 0, 0, 1, 1, 0.0, 0.0};
 
 // Here COutContactsVal's runtime class joins the list of classes that archives create by name.
+namespace {
+const AFX_CLASSINIT classInitCOutContactsVal(KV_RUNTIME_CLASS(COutContactsVal));
+}  // namespace
 
 // Here glbClassKavorState is constructed, so that it is destroyed before every global above.
+KavorState glbClassKavorState;
 
 // ---- The library's entry point ----
 

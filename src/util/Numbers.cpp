@@ -7,6 +7,7 @@
 
 #include "Kv_Data/State.h"
 #include "Kv_Data/Util.h"
+#include "util/Truncate.h"
 
 namespace kv {
 
@@ -14,13 +15,6 @@ namespace {
 
 constexpr LONG kLAtStrNone = 99999999;
 constexpr double kEAtStrNone = 99999999999.0;
-
-// What cvttsd2si gives: NaN and values whose truncation leaves the 32-bit range
-// become INT_MIN. A plain cast would be undefined there.
-int TruncToInt32(double v) {
-    if (!(v > -2147483649.0 && v < 2147483648.0)) return INT_MIN;
-    return static_cast<int>(v);
-}
 
 // 32-bit two's-complement wrap of a result computed wider (modular since C++20).
 int Wrap32(long long v) { return static_cast<std::int32_t>(v); }

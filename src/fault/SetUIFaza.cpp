@@ -1,0 +1,422 @@
+// The load-and-source fault synthesis: the six phasors of a fault in one call, the
+// currents being the reference and the voltages turned by the fault angle against them.
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+#include "Kv_Data/Fault.h"
+#include "Kv_Data/Phasor.h"
+#include "Kv_Data/State.h"
+#include "fault/Expr.h"
+#include "fault/SequencePatterns.h"
+#include "phasor/AngleConstants.h"
+
+namespace kv {
+
+namespace fault {
+
+namespace {
+
+constexpr std::size_t kCodeCount = 133;  // codes 0 to 132
+
+struct CodeList {
+    std::array<int, 6> list;
+    std::size_t count;
+};
+
+template <typename... T>
+constexpr CodeList Codes(T... codes) {
+    return CodeList{{codes...}, sizeof...(codes)};
+}
+
+// One row of a table: the codes that share it, then IA, IB, IC and UA, UB, UC.
+struct Entry {
+    CodeList codes;
+    Triple currents;
+    Triple voltages;
+};
+
+constexpr Triple kNone = {kNotWritten, kNotWritten, kNotWritten};
+constexpr Triple kZeroRaw = {raw(0, 0), raw(0, 0), raw(0, 0)};
+
+// Current triples that several rows share.
+constexpr Triple kIa = {cell(I, 0), cell(0, 240), cell(0, 120)};    // as 3
+constexpr Triple kIb = {cell(0, 120), cell(I, 360), cell(0, 240)};  // as 4
+constexpr Triple kIc = {cell(0, 240), cell(0, 480), cell(I, 360)};  // as 5
+constexpr Triple kIab = {cell(I, 0), cell(I, 180), cell(0, 0)};     // as 6
+constexpr Triple kIbc = {cell(0, 0), cell(I, 0), cell(I, 180)};     // as 7
+constexpr Triple kIca = {cell(I, 180), cell(0, 0), cell(I, 0)};     // as 8
+constexpr Triple kIplus = {cell(I, 0), cell(I, 240), cell(I, 120)};
+constexpr Triple kIminus = {cell(I, 0), cell(I, 120), cell(I, 240)};
+constexpr Triple kIaOnly = {cell(I, 0), cell(0, 0), cell(0, 0)};
+constexpr Triple kI30 = {cell(I / 3.0, 0), cell(I / 3.0, 0), cell(I / 3.0, 0)};
+
+// Voltage stars turned by phi, and the zero-sequence set.
+constexpr Triple kUplus = {cell(U, K(0) + Phi), cell(U, K(240) + Phi), cell(U, K(120) + Phi)};
+constexpr Triple kUminus = {cell(U, K(0) + Phi), cell(U, K(120) + Phi), cell(U, K(240) + Phi)};
+constexpr Triple kU0 = {cell(U, K(0) + Phi), cell(U, K(0) + Phi), cell(U, K(0) + Phi)};
+
+// Extra = |U - 2 * cst58V * 0.5|, the faulted phase B of rows 70, 107 and 110.
+constexpr Triple kU70 = {cell(Nominal, K(0) + Phi + 120), cell(Extra, K(240) + Phi + 120),
+                         cell(Nominal, K(120) + Phi + 120)};
+
+// Single-phase and earth faults. Rows 4, 5, 22, 23, 70 and 107 to 110 turn the whole
+// system so that the faulted phase carries its current at 360 (B's zero current of row
+// 5 at 480); folding off, these angles reach the caller unreduced. Rows 118 to 120 take
+// the voltages as the reference and turn the currents by -phi.
+constexpr Entry kSinglePhase[] = {
+    {Codes(0), kIaOnly, {cell(U, K(0) + Phi), cell(0, 0), cell(0, 0)}},
+    {Codes(1), {cell(0, 0), cell(I, 0), cell(0, 0)}, {cell(0, 0), cell(U, K(0) + Phi), cell(0, 0)}},
+    {Codes(2, 76), {cell(0, 0), cell(0, 0), cell(I, 0)}, {cell(0, 0), cell(0, 0), cell(U, K(0) + Phi)}},
+    {Codes(3, 123), kIa, {cell(U, K(0) + Phi), cell(Uh, K(240) + Phi), cell(Uh, K(120) + Phi)}},
+    {Codes(4, 109), kIb, {cell(Uh, K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(Uh, K(120) + Phi + 120)}},
+    {Codes(5), kIc, {cell(Uh, K(0) + Phi + 240), cell(Uh, K(240) + Phi + 240), cell(U, K(120) + Phi + 240)}},
+    {Codes(21), kIa, {cell(U, K(0) + Phi), cell(K(0), K(240) + Phi), cell(K(0), K(120) + Phi)}},
+    {Codes(22), kIb, {cell(K(0), K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(K(0), K(120) + Phi + 120)}},
+    {Codes(23), kIc, {cell(K(0), K(0) + Phi + 240), cell(K(0), K(240) + Phi + 240), cell(U, K(120) + Phi + 240)}},
+    {Codes(70, 110), kIb, kU70},
+    {Codes(107), {cell(I / 3.0, 360), cell(I / 3.0, 360), cell(I / 3.0, 360)}, kU70},
+    {Codes(108), {cell(I / 3.0, 360), cell(I / 3.0, 360), cell(I / 3.0, 360)},
+     {cell(Nominal, K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(Nominal, K(120) + Phi + 120)}},
+    {Codes(118), {cell(I, K(0) - Phi), cell(I, K(240) - Phi), cell(0, 120)}, {cell(U, 0), cell(U, 240), cell(Uh, 120)}},
+    {Codes(119), {cell(0, 0), cell(I, K(240) - Phi), cell(I, K(120) - Phi)}, {cell(Uh, 0), cell(U, 240), cell(U, 120)}},
+    {Codes(120), {cell(I, K(0) - Phi), cell(0, 240), cell(I, K(120) - Phi)}, {cell(U, 0), cell(Uh, 240), cell(U, 120)}},
+};
+
+// Phase-to-phase faults: the faulted phases at Uf, 270 +- delta + phi, the healthy one at
+// Uh, 90 + phi. Row 60 swaps the faulted angles of row 6; row 20 zeroes its faulted
+// phase A and keeps Uh in B, where 18 and 19 zero the healthy phase; 124 to 126 store
+// every angle raw; 96 to 98 raise the healthy phase to 1.3 Uh. Rows 111 to 113 have
+// their own Uf and delta.
+constexpr Entry kPhaseToPhase[] = {
+    {Codes(6), kIab, {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(Uh, K(90) + Phi)}},
+    {Codes(7), kIbc, {cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
+    {Codes(8), kIca, {cell(Uf, K(270) - Delta + Phi), cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
+    {Codes(60), kIab, {cell(Uf, K(270) - Delta + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uh, K(90) + Phi)}},
+    {Codes(18), kIab, {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(K(0), K(90) + Phi)}},
+    {Codes(19), kIbc, {cell(K(0), K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
+    {Codes(20), kIca, {cell(K(0), K(270) - Delta + Phi), cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
+    {Codes(24), kIab, {cell(U / 2.0, K(330) + Phi), cell(U / 2.0, K(330) + Phi), cell(U, K(150) + Phi)}},
+    {Codes(25), kIbc, {cell(U, K(150) + Phi), cell(U / 2.0, K(330) + Phi), cell(U / 2.0, K(330) + Phi)}},
+    {Codes(26), kIca, {cell(U / 2.0, K(330) + Phi), cell(U, K(150) + Phi), cell(U / 2.0, K(330) + Phi)}},
+    {Codes(27), kIab, {cell(U / kSqrt3, K(330) + Phi), cell(U / kSqrt3, K(210) + Phi), cell(Uh, K(90) + Phi)}},
+    {Codes(28), kIbc, {cell(Uh, K(90) + Phi), cell(U / kSqrt3, K(330) + Phi), cell(U / kSqrt3, K(210) + Phi)}},
+    {Codes(29), kIca, {cell(U / kSqrt3, K(210) + Phi), cell(Uh, K(90) + Phi), cell(U / kSqrt3, K(330) + Phi)}},
+    {Codes(111), kIab,
+     {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(Uhealthy, K(90) + Phi)}},
+    {Codes(112), kIbc,
+     {cell(Uhealthy, K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
+    {Codes(113), kIca,
+     {cell(Uf, K(270) - Delta + Phi), cell(Uhealthy, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
+    {Codes(124), {raw(I, 0), raw(I, 180), raw(0, 0)},
+     {raw(U, K(0) + Phi), raw(U, K(180) + Phi), raw(Uh, K(90) + Phi)}},
+    {Codes(125), {raw(0, 0), raw(I, 0), raw(I, 180)},
+     {raw(Uh, K(90) + Phi), raw(U, K(0) + Phi), raw(U, K(180) + Phi)}},
+    {Codes(126), {raw(I, 180), raw(0, 0), raw(I, 0)},
+     {raw(U, K(180) + Phi), raw(Uh, K(90) + Phi), raw(U, K(0) + Phi)}},
+    {Codes(96), kIplus,
+     {cell(Uf, K(270) + Delta + Phi + 120), cell(Uf, K(270) - Delta + Phi + 120), cell(K(1.3) * Uh, K(90) + Phi + 120)}},
+    {Codes(97), kIplus,
+     {cell(K(1.3) * Uh, K(90) + Phi + 120), cell(Uf, K(270) + Delta + Phi + 120), cell(Uf, K(270) - Delta + Phi + 120)}},
+    {Codes(98), kIplus,
+     {cell(Uf, K(270) - Delta + Phi + 120), cell(K(1.3) * Uh, K(90) + Phi + 120), cell(Uf, K(270) + Delta + Phi + 120)}},
+};
+
+constexpr Triple kUcOnly = {cell(0, 0), cell(0, 0), cell(U, K(0) + Phi)};
+constexpr Triple kUab = {cell(U, K(0) + Phi), cell(U, K(180) + Phi), cell(0, 0)};
+
+// Three-phase, sequence and current-pattern faults. Row 17 puts a fixed 1 A in phase A;
+// rows 11, 12 and 100 store phase A's current angle raw, and 100, whose current limit is
+// six times the device's, shares I among the phases by six.
+constexpr Entry kThreePhase[] = {
+    {Codes(9, 15, 34, 63, 64, 65), kIplus, kUplus},
+    {Codes(92, 122), kIplus,
+     {cell(U / kSqrt3, K(0) + Phi), cell(U / kSqrt3, K(240) + Phi), cell(U / kSqrt3, K(120) + Phi)}},
+    {Codes(16, 35), kIminus, kUminus},
+    {Codes(61), kIminus, kUplus},
+    {Codes(69), kIplus, kUminus},
+    {Codes(72), {cell(0, 0), cell(I, 240), cell(I, 120)}, kUplus},
+    {Codes(73), {cell(I, 0), cell(0, 240), cell(I, 120)}, kUplus},
+    {Codes(74), {cell(I, 0), cell(I, 240), cell(0, 120)}, kUplus},
+    {Codes(49), {cell(I, 180), cell(0, 0), cell(I, 0)}, kUplus},
+    {Codes(17), {raw(1.0, 0), cell(I, 240), cell(I, 120)}, kUplus},
+    {Codes(88), {cell(I, 0), cell(I / 2.0, 180), cell(I / 2.0, 180)}, kUplus},
+    {Codes(89), {cell(I / 2.0, 180), cell(I, 0), cell(I / 2.0, 180)}, kUplus},
+    {Codes(90), {cell(I / 2.0, 180), cell(I / 2.0, 180), cell(I, 0)}, kUplus},
+    {Codes(14), {cell(I, 0), cell(I, 0), cell(I, 0)}, kU0},
+    {Codes(62, 91), kI30, kU0},
+    {Codes(11, 12), {raw(I / 3.0, 0), cell(I / 3.0, 0), cell(I / 3.0, 0)}, {cell(U, Phi), cell(U, Phi), cell(U, Phi)}},
+    {Codes(100), {raw(I / 6.0, 0), cell(I / 6.0, 0), cell(I / 6.0, 0)}, {cell(U, Phi), cell(U, Phi), cell(U, Phi)}},
+    {Codes(81), kI30, kUminus},
+    {Codes(83), kI30, kUplus},
+    {Codes(66), kI30, {cell(U, K(0) + Phi), cell(0, 0), cell(0, 0)}},
+    {Codes(67), kI30, {cell(0, 0), cell(U, K(0) + Phi), cell(0, 0)}},
+    {Codes(68), kI30, kUcOnly},
+    {Codes(121), kI30, kNone},
+    {Codes(85), kI30, kZeroRaw},  // then kAuxRaisedA, if Aux is given
+    {Codes(86), kI30, {cell(Aux, 0), cell(Aux + U, K(0) + Phi), cell(Aux, 0)}},
+    {Codes(87), kI30, {cell(Aux, 0), cell(Aux, 0), cell(Aux + U, K(0) + Phi)}},
+    {Codes(75), kIaOnly, kUcOnly},
+    {Codes(77), kIplus, kUcOnly},
+    {Codes(78), kIaOnly, kUab},
+    {Codes(79), {cell(0, 0), cell(0, 0), cell(I, 0)}, kUab},
+    {Codes(80), kIplus, kUab},
+};
+
+// Only row 85 tests Aux, and only it clears the voltages first; 86 and 87 write Aux as
+// it comes.
+constexpr Triple kAuxRaisedA = {cell(Aux + U, K(0) + Phi), cell(Aux, 0), cell(Aux, 0)};
+
+constexpr Triple kSupply = {raw(Up / 2.0, 0), raw(Up / 2.0, 180), raw(U, 0)};
+
+// Single outputs, supply and fixed-current patterns; angles 0 and 180 are stored raw.
+// Row 51's A at 0 and B at 180 is the reverse of the voltage-only synthesis. Row 127
+// writes its own currents and then those of 128: callers see 128's result.
+constexpr Entry kSingleOutput[] = {
+    {Codes(42), kZeroRaw, {raw(U, 0), raw(0, 0), raw(0, 0)}},
+    {Codes(43), kZeroRaw, {raw(0, 0), raw(U, 0), raw(0, 0)}},
+    {Codes(44), kZeroRaw, {raw(0, 0), raw(0, 0), raw(U, 0)}},
+    {Codes(45), {raw(I, 0), raw(0, 0), raw(0, 0)}, kZeroRaw},
+    {Codes(46), {raw(0, 0), raw(I, 0), raw(0, 0)}, kZeroRaw},
+    {Codes(47), {raw(0, 0), raw(0, 0), raw(I, 0)}, kZeroRaw},
+    {Codes(48), {raw(I, 0), raw(0, 0), raw(0, 0)}, {raw(0, 0), raw(0, 0), raw(U, K(0) + Phi)}},
+    {Codes(33), kNone, {cell(U, Phi), raw(0, 0), raw(0, 0)}},
+    {Codes(50), kNone, {cell(U / 2.0, Phi + 0.0), cell(U / 2.0, Phi + 180.0), kNotWritten}},
+    {Codes(51), kNone, {raw(U / 2.0, 0), raw(U / 2.0, 180), kNotWritten}},
+    {Codes(115), {cell(I, K(360) - Phi), raw(0, 0), raw(0, 0)}, kSupply},
+    {Codes(116), {raw(0, 0), cell(I, K(360) - Phi), raw(0, 0)}, kSupply},
+    {Codes(117), {raw(0, 0), raw(0, 0), cell(I, K(360) - Phi)}, kSupply},
+    {Codes(127), {raw(I, 0), raw(Ik, 0), raw(0, 0)}, kNone},  // then row 128
+    {Codes(128), {raw(I, 0), raw(0, 0), raw(Ik, 0)}, kZeroRaw},
+    {Codes(129), {raw(Ik, 0), raw(I, 0), raw(0, 0)}, kZeroRaw},
+    {Codes(130), {raw(0, 0), raw(I, 0), raw(Ik, 0)}, kZeroRaw},
+    {Codes(131), {raw(Ik, 0), raw(0, 0), raw(I, 0)}, kZeroRaw},
+    {Codes(132), {raw(0, 0), raw(Ik, 0), raw(I, 0)}, kZeroRaw},
+};
+
+// Earth fault with isolated neutral, codes 93 to 95: the star of source voltages Uh with
+// its neutral displaced so that the faulted phase keeps U. The phase after the faulted
+// one in A, B, C order lies at 180 + theta.
+constexpr Entry kIsolatedNeutral[] = {
+    {Codes(93), kIa, {cell(U, K(0) + Phi), cell(Ub, K(180) + Theta + Phi), cell(Ub, K(180) - Theta + Phi)}},
+    {Codes(94), kIb, {cell(Ub, K(180) - Theta + Phi), cell(U, K(0) + Phi), cell(Ub, K(180) + Theta + Phi)}},
+    {Codes(95), kIc, {cell(Ub, K(180) + Theta + Phi), cell(Ub, K(180) - Theta + Phi), cell(U, K(0) + Phi)}},
+};
+
+// Negative-sequence voltage U from a phase-to-phase fault whose healthy phase stays at
+// cst58V itself, not at Uh; codes 36 to 38, currents not written.
+constexpr Entry kNegativeSequence[] = {
+    {Codes(36), kNone,
+     {cell(Ux, K(240) + Phi + 180 + Psi), cell(Ux, K(240) + Phi + 180 - Psi), cell(Nominal, K(240) + Phi)}},
+    {Codes(37), kNone,
+     {cell(Nominal, K(0) + Phi), cell(Ux, K(0) + Phi + 180 + Psi), cell(Ux, K(0) + Phi + 180 - Psi)}},
+    {Codes(38), kNone,
+     {cell(Ux, K(120) + Phi + 180 - Psi), cell(Nominal, K(120) + Phi), cell(Ux, K(120) + Phi + 180 + Psi)}},
+};
+
+// Code -> its row; the computed codes and the codes without a row have none. A code in
+// two rows, or out of range, does not compile.
+template <std::size_t N>
+constexpr void AddRows(std::array<const Entry*, kCodeCount>& index, const Entry (&table)[N]) {
+    for (const Entry& e : table) {
+        for (std::size_t k = 0; k < e.codes.count; ++k) {
+            const int code = e.codes.list[k];
+            if (code < 0 || static_cast<std::size_t>(code) >= kCodeCount) throw "fault code out of range";
+            if (index[static_cast<std::size_t>(code)] != nullptr) throw "fault code in two rows";
+            index[static_cast<std::size_t>(code)] = &e;
+        }
+    }
+}
+
+constexpr std::array<const Entry*, kCodeCount> BuildIndex() {
+    std::array<const Entry*, kCodeCount> index{};
+    AddRows(index, kSinglePhase);
+    AddRows(index, kPhaseToPhase);
+    AddRows(index, kThreePhase);
+    AddRows(index, kSingleOutput);
+    return index;
+}
+
+constexpr std::array<const Entry*, kCodeCount> kRowOf = BuildIndex();
+
+const Entry* RowOf(unsigned code) { return code < kRowOf.size() ? kRowOf[code] : nullptr; }
+
+void WriteRow(const Entry& row, const Work& w, const Outputs& out) {
+    WriteCurrents(row.currents, w, out);
+    WriteVoltages(row.voltages, w, out);
+}
+
+void IsolatedNeutral(unsigned code, Work& w, const Outputs& out) {
+    if (w[Var::U] > cst58V) w[Var::Uh] = w[Var::U];
+    const double uh = w[Var::Uh];
+    const double a = uh / 2 + uh - w[Var::U];
+    const double b = uh * kSqrt3 / 2;
+    w[Var::Theta] = std::atan(b / a) * kRadToDeg;
+    w[Var::Ub] = std::sqrt(a * a + b * b);
+    WriteRow(kIsolatedNeutral[code - 93], w, out);
+}
+
+// L is the line voltage between the two faulted phases that gives the negative-sequence
+// voltage U; beyond about 28.87 V there is none and nothing is written.
+int NegativeSequence(unsigned code, Work& w, const Outputs& out, int r) {
+    const double u = w[Var::U];
+    const double L = cstUmax100 - (u + u) * kSqrt3;
+    if (L > cstUmax100 + 0.001 || L < 0) return 1;
+    w[Var::Psi] = std::atan((L / 2) / (cst58V / 2)) * kRadToDeg;
+    w[Var::Ux] = std::sqrt((L / 2) * L / 2 + (cst58V / 2) * cst58V / 2);
+    WriteRow(kNegativeSequence[code - 36], w, out);
+    return r;
+}
+
+// Code 71: UA at nominal, UB and UC of equal magnitude placed symmetrically about UA's
+// opposite by beta. The angles of B and C start from UA's angle as stored (folded).
+void FaultACU2(const Work& w, const Outputs& out) {
+    WriteCurrents(kIplus, w, out);
+    WriteCell(cell(Nominal, K(0) + Phi), w, *out.voltage[0], *out.voltageAngle[0]);
+    const double u = w[Var::U];
+    const double x = 1.5 - 3 * u / cst58V;
+    const double beta = std::atan(x / std::sin(kTwoThirdsPi)) * kRadToDeg + 180;
+    const double fiUA = *out.voltageAngle[0];
+    *out.voltageAngle[1] = AbsAngleGr(beta + fiUA);
+    *out.voltageAngle[2] = AbsAngleGr(360 - beta + fiUA);
+    *out.voltage[2] = std::fabs(-u / (std::cos(beta * kDegToRad) * 2));
+    *out.voltage[1] = *out.voltage[2];
+}
+
+// Rows 111 to 113 place the faulted phases from the healthy voltage the caller gives,
+// whatever the frame decided; a negative one stands for Uh (0 is kept).
+void HealthyVoltageGeometry(Work& w) {
+    if (w[Var::Uhealthy] < 0) w[Var::Uhealthy] = w[Var::Uh];
+    const double u = w[Var::U];
+    const double uhealthy = w[Var::Uhealthy];
+    w[Var::Uf] = 0.5 * std::sqrt(u * u + uhealthy * uhealthy);
+    w[Var::Delta] = std::atan(u / uhealthy) * kRadToDeg;
+}
+
+// The rows and patterns; r is the frame's result, which they return unless they say
+// otherwise.
+int Synthesize(unsigned code, Work& w, double auxAngle, const Outputs& out, int r) {
+    switch (code) {
+        case 36:
+        case 37:
+        case 38: return NegativeSequence(code, w, out, r);
+        case 71: FaultACU2(w, out); return r;
+        case 82: FaultU1U30I30(w, auxAngle, out); return r;
+        case 84: FaultI2I1(w, out); return r;
+        case 93:
+        case 94:
+        case 95: IsolatedNeutral(code, w, out); return r;
+        case 101: FaultI2I1U1(w, out); return r;
+        case 102: FaultU2U1(w, out); return r;
+        case 103: FaultUniversal(w, out); return r;
+        case 70:
+        case 107:
+        case 110: w[Var::Extra] = std::fabs(w[Var::U] - 2 * cst58V * 0.5); break;
+        case 111:
+        case 112:
+        case 113: HealthyVoltageGeometry(w); break;
+        default: break;
+    }
+    const Entry* row = RowOf(code);
+    if (row == nullptr) return 3;
+    WriteRow(*row, w, out);
+    if (code == 85 && w[Var::Aux] > -0.0001) WriteVoltages(kAuxRaisedA, w, out);
+    if (code == 127) WriteRow(*RowOf(128), w, out);
+    return r;
+}
+
+// The codes whose voltage is never limited.
+bool IsUnlimited(int code) {
+    return code == 42 || code == 50 || code == 51 || code == 115 || code == 116 || code == 117;
+}
+
+}  // namespace
+
+}  // namespace fault
+
+int SetUIFaza(int code, double U, double I, double phi, double& UA, double& fiUA, double& UB, double& fiUB,
+              double& UC, double& fiUC, double& IA, double& fiIA, double& IB, double& fiIB, double& IC,
+              double& fiIC, double Unom, double Aux, double AuxAngle, double Uhealthy) {
+    glob_TT_nCombo_TypeKz = code;
+    glob_TT_dAngleKz = phi;
+    glob_bFault_A1_Enable = 0;
+
+    // Code 82 reads the sign of U.
+    if (U < 0 && code != 82) U = 0;
+    if (I < 0) I = 0;
+
+    int r = 0;
+    double Uh = cst58V;
+    double Uf = U / fault::kSqrt3;
+    double delta = 0;
+
+    const double iLimit = code == 100 ? 6 * globImax : globImax;
+    if (I > iLimit) r = 2;
+
+    // Voltage limiting and the phase-to-phase geometry: the faulted phases at Uf,
+    // 270 +- delta + phi and the healthy one at Uh, 90 + phi differ by exactly U at phi.
+    if (code < 6) {
+        if (Unom < 500) {
+            if (U > globUmax) {
+                U = globUmax;
+                Uh = globUmax;
+                r = 1;
+            } else if (U > cst58V) {
+                Uh = U;
+            }
+        }
+    } else if (!fault::IsUnlimited(code)) {
+        if (U > cst173V) {
+            if (U > globUmax) {
+                // Uf stays that of the unlimited U.
+                U = globUmax;
+                Uh = globUmax;
+                delta = 60;
+                r = 1;
+            } else {
+                Uh = Uf = U / fault::kSqrt3;
+                delta = 60;
+            }
+        } else {
+            if (Unom < 0) Unom = cstUmax100;
+            if (U >= Unom) {
+                // A healthy star of line voltage U.
+                Uh = Uf = U / fault::kSqrt3;
+                delta = 60;
+            } else if (U < Unom) {
+                // The healthy phase keeps its nominal voltage.
+                Uh = cst58V;
+                Uf = 0.5 * std::sqrt(U * U + Uh * Uh);
+                delta = std::atan(U / Uh) * kRadToDeg;
+            }
+        }
+    }
+
+    if (code == 123 && glob_dwKavorType == 35 &&
+        (glob_dwProgramIconNumber == 101 || glob_dwProgramIconNumber == 102 || glob_dwProgramIconNumber == 103 ||
+         glob_dwProgramIconNumber == 105)) {
+        glob_bFault_A1_Enable = 1;
+    }
+
+    // Negative codes fall out here as large unsigned ones.
+    const auto c = static_cast<unsigned>(code);
+    if (c > 132) return 3;
+
+    fault::Work w;
+    w[fault::Var::U] = U;
+    w[fault::Var::I] = I;
+    w[fault::Var::Phi] = phi;
+    w[fault::Var::Uh] = Uh;
+    w[fault::Var::Uf] = Uf;
+    w[fault::Var::Delta] = delta;
+    w[fault::Var::Aux] = Aux;
+    w[fault::Var::Uhealthy] = Uhealthy;
+    w[fault::Var::Ik] = glob_dIk;
+    w[fault::Var::Up] = glob_dUpitForProgramStandart;
+    w[fault::Var::Nominal] = cst58V;
+    const fault::Outputs out{{&IA, &IB, &IC}, {&fiIA, &fiIB, &fiIC}, {&UA, &UB, &UC}, {&fiUA, &fiUB, &fiUC}};
+    return fault::Synthesize(c, w, AuxAngle, out, r);
+}
+
+}  // namespace kv

@@ -1,0 +1,136 @@
+#include <cmath>
+#include <cstdint>
+
+#include "Kv_Data/Phasor.h"
+#include "Kv_Data/State.h"
+#include "Kv_Data/Util.h"
+#include "phasor/AngleConstants.h"
+#include "util/Truncate.h"
+
+namespace kv {
+
+namespace {
+
+// The polar form of (re, im): outside [1e-7, 1e35] the angle is 0, not what arg gives.
+Polar RectangularToPolar(double re, double im) {
+    const double mod = std::hypot(re, im);
+    const double ang = mod >= 1e-7 && mod <= 1e35 ? arg(Complex(re, im)) : 0.0;
+    return Polar(mod, ang);
+}
+
+// round(q)·360 in 32-bit integer arithmetic, wrapping as the processor does.
+int WholeTurns(double q) {
+    return static_cast<int>(static_cast<std::uint32_t>(static_cast<std::int64_t>(round(q)) * 360));
+}
+
+}  // namespace
+
+Polar::Polar() : m_pair() {}
+Polar::Polar(double mod, double ang) : m_pair(mod, ang) {}
+Polar::Polar(double re, double im, int) : Polar(RectangularToPolar(re, im)) {}
+Polar::Polar(const Complex& c) : Polar(RectangularToPolar(c.Re(), c.Im())) {}
+
+double Polar::Mod() const { return m_pair.Re(); }
+
+double Polar::Ang(int digits) const {
+    const double ang = m_pair.m_im;
+    if (digits <= 0) return ang;
+    double power = 1.0;
+    for (int i = 0; i < digits; ++i) power *= 10.0;
+    const double t = 1.0 / power;
+    const double mod = Mod();
+    return t <= mod && mod <= 1e10 ? ang : 0.0;
+}
+
+void Polar::AngGtoR() { m_pair.m_im = m_pair.m_im * kDegToRad; }
+void Polar::AngRtoG() { m_pair.m_im = m_pair.m_im * kRadToDeg; }
+
+Polar& Polar::operator=(const Polar& p) {
+    m_pair = p.m_pair;
+    return *this;
+}
+
+Polar CtoP(double re, double im) { return RectangularToPolar(re, im); }
+
+Polar operator+(const Polar& a, const Polar& b) {
+    const double x = a.Mod() * std::cos(a.Ang(0)) + b.Mod() * std::cos(b.Ang(0));
+    const double y = a.Mod() * std::sin(a.Ang(0)) + b.Mod() * std::sin(b.Ang(0));
+    return Polar(std::hypot(x, y), arg(Complex(x, y)));
+}
+
+Polar operator-(const Polar& a, const Polar& b) {
+    const double x = a.Mod() * std::cos(a.Ang(0)) - b.Mod() * std::cos(b.Ang(0));
+    const double y = a.Mod() * std::sin(a.Ang(0)) - b.Mod() * std::sin(b.Ang(0));
+    return Polar(std::hypot(x, y), arg(Complex(x, y)));
+}
+
+Polar operator*(const Polar& a, const Polar& b) {
+    const Complex product = Complex(a) * Complex(b);
+    return Polar(product);
+}
+
+Polar operator/(const Polar& a, const Polar& b) {
+    double m = b.Mod();
+    if (m < 1e-20) m = 1e-20;
+    const double q = a.Mod() / m;
+    if (q > 1e10) return Polar(1e9, 0.0);  // the limit is 1e10, the value 1e9: both kept
+    if (q < 1e-15) return Polar(0.0, 0.0);
+    const Complex quotient = Complex(a) / Complex(b);
+    return Polar(quotient);
+}
+
+void XYtoZF(double& x, double& y) {
+    const double x0 = x;
+    const double y0 = y;
+    x = std::hypot(x0, y0);
+    y = std::atan2(y0, x0);
+}
+
+void ZFtoXY(double& z, double& f) {
+    const double mod = z;
+    const double ang = f * kDegToRad;
+    z = mod * std::cos(ang);
+    f = mod * std::sin(ang);
+}
+
+double GtoR(double deg) { return deg * kDegToRad; }
+double RtoG(double rad) { return rad * kRadToDeg; }
+
+float NormAngleGr(float a) {
+    const double q = static_cast<double>(a) / 360;
+    if (std::fabs(q) > 1) a = a - static_cast<float>(WholeTurns(q));
+    if (a >= 360.0001) a = a - 360;
+    if (a <= -360.0001) a = a + 360;
+    return a;
+}
+
+double NormAngleGr(double a) {
+    const double q = a / 360;
+    if (std::fabs(q) > 1) a = a - WholeTurns(q);
+    if (a >= 360.0001) a = a - 360;
+    if (a <= -360.0001) a = a + 360;
+    return a;
+}
+
+float AbsAngleGr(float a) {
+    if (glob_bEnableAbsAngle == 0) return a;
+    a = NormAngleGr(a);
+    if (a < -0.0001) a = a + 360;
+    if (a > 359.999) a = 0;
+    return a;
+}
+
+double AbsAngleGr(double a) {
+    if (glob_bEnableAbsAngle == 0) return a;
+    a = NormAngleGr(a);
+    if (a < -0.0001) a = a + 360;
+    if (a > 359.999) a = 0;
+    return a;
+}
+
+int IsEqualAngles(double a, double b) {
+    const int degrees = TruncToInt32((a - b) * kRadToDeg);
+    return degrees % 360 == 0 ? 1 : 0;
+}
+
+}  // namespace kv

@@ -1,0 +1,356 @@
+// The twelve-output fault synthesis against a model of its own: the frame in a few lines
+// and every row in a short notation, "magnitude@angle" per phasor, IA IB IC UA UB UC,
+// "!" for a raw angle, "-" for an output left alone.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <numbers>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Kv_Data/Fault.h"
+#include "Kv_Data/State.h"
+
+namespace {
+
+struct Scenario {
+    double U, I, phi, Unom, Aux, Uhealthy;
+    int fold = 1;
+    double umax = 120;
+    kv::DWORD type = 35, icon = 101;
+};
+
+struct Phasor {
+    bool written = false;
+    double m = 0, a = 0;
+    bool raw = false;
+};
+
+struct Outcome {
+    int r = 0;
+    bool checked = true;  // false: the sequence patterns, checked in their own test
+    std::array<Phasor, 6> p;  // IA IB IC UA UB UC
+};
+
+const std::map<std::string, std::string> kAlias = {
+    {"I+", "I@0 I@240 I@120"}, {"I-", "I@0 I@120 I@240"}, {"U+", "U@0+p U@240+p U@120+p"},
+    {"U-", "U@0+p U@120+p U@240+p"}, {"as3", "I@0 0@240 0@120"}, {"as4", "0@120 I@360 0@240"},
+    {"as5", "0@240 0@480 I@360"}, {"as6", "I@0 I@180 0@0"}, {"as7", "0@0 I@0 I@180"}, {"as8", "I@180 0@0 I@0"},
+    {"thirds", "I/3@0 I/3@0 I/3@0"}, {"none", "- - -"}, {"zero", "0@0! 0@0! 0@0!"},
+    {"as70", "N@0+p+120 X@240+p+120 N@120+p+120"}, {"as75", "0@0 0@0 U@0+p"}, {"as78", "U@0+p U@180+p 0@0"},
+    {"supply", "P/2@0! P/2@180! U@0!"}, {"U0", "U@0+p U@0+p U@0+p"}};
+
+// Transcribed from the fault tables; "*" rows are the sequence-component patterns.
+const std::vector<std::pair<std::vector<int>, std::string>> kRows = {
+    {{0}, "I@0 0@0 0@0 U@0+p 0@0 0@0"}, {{1}, "0@0 I@0 0@0 0@0 U@0+p 0@0"}, {{2, 76}, "0@0 0@0 I@0 0@0 0@0 U@0+p"},
+    {{3, 123}, "as3 U@0+p Uh@240+p Uh@120+p"}, {{4, 109}, "as4 Uh@0+p+120 U@240+p+120 Uh@120+p+120"},
+    {{5}, "as5 Uh@0+p+240 Uh@240+p+240 U@120+p+240"}, {{21}, "as3 U@0+p 0@240+p 0@120+p"},
+    {{22}, "as4 0@0+p+120 U@240+p+120 0@120+p+120"}, {{23}, "as5 0@0+p+240 0@240+p+240 U@120+p+240"},
+    {{70, 110}, "as4 as70"}, {{107}, "I/3@360 I/3@360 I/3@360 as70"},
+    {{108}, "I/3@360 I/3@360 I/3@360 N@0+p+120 U@240+p+120 N@120+p+120"},
+    {{118}, "I@0-p I@240-p 0@120 U@0 U@240 Uh@120"}, {{119}, "0@0 I@240-p I@120-p Uh@0 U@240 U@120"},
+    {{120}, "I@0-p 0@240 I@120-p U@0 Uh@240 U@120"}, {{6}, "as6 Uf@270+d+p Uf@270-d+p Uh@90+p"},
+    {{7}, "as7 Uh@90+p Uf@270+d+p Uf@270-d+p"}, {{8}, "as8 Uf@270-d+p Uh@90+p Uf@270+d+p"},
+    {{60}, "as6 Uf@270-d+p Uf@270+d+p Uh@90+p"}, {{18}, "as6 Uf@270+d+p Uf@270-d+p 0@90+p"},
+    {{19}, "as7 0@90+p Uf@270+d+p Uf@270-d+p"}, {{20}, "as8 0@270-d+p Uh@90+p Uf@270+d+p"},
+    {{24}, "as6 U/2@330+p U/2@330+p U@150+p"}, {{25}, "as7 U@150+p U/2@330+p U/2@330+p"},
+    {{26}, "as8 U/2@330+p U@150+p U/2@330+p"}, {{27}, "as6 U/r3@330+p U/r3@210+p Uh@90+p"},
+    {{28}, "as7 Uh@90+p U/r3@330+p U/r3@210+p"}, {{29}, "as8 U/r3@210+p Uh@90+p U/r3@330+p"},
+    {{111}, "as6 Uf@270+d+p Uf@270-d+p H@90+p"}, {{112}, "as7 H@90+p Uf@270+d+p Uf@270-d+p"},
+    {{113}, "as8 Uf@270-d+p H@90+p Uf@270+d+p"}, {{124}, "I@0! I@180! 0@0! U@0+p! U@180+p! Uh@90+p!"},
+    {{125}, "0@0! I@0! I@180! Uh@90+p! U@0+p! U@180+p!"}, {{126}, "I@180! 0@0! I@0! U@180+p! Uh@90+p! U@0+p!"},
+    {{96}, "I+ Uf@270+d+p+120 Uf@270-d+p+120 1.3*Uh@90+p+120"},
+    {{97}, "I+ 1.3*Uh@90+p+120 Uf@270+d+p+120 Uf@270-d+p+120"},
+    {{98}, "I+ Uf@270-d+p+120 1.3*Uh@90+p+120 Uf@270+d+p+120"}, {{9, 15, 34, 63, 64, 65}, "I+ U+"},
+    {{92, 122}, "I+ U/r3@0+p U/r3@240+p U/r3@120+p"}, {{16, 35}, "I- U-"}, {{61}, "I- U+"}, {{69}, "I+ U-"},
+    {{72}, "0@0 I@240 I@120 U+"}, {{73}, "I@0 0@240 I@120 U+"}, {{74}, "I@0 I@240 0@120 U+"},
+    {{49}, "I@180 0@0 I@0 U+"}, {{17}, "1@0! I@240 I@120 U+"}, {{88}, "I@0 I/2@180 I/2@180 U+"},
+    {{89}, "I/2@180 I@0 I/2@180 U+"}, {{90}, "I/2@180 I/2@180 I@0 U+"}, {{14}, "I@0 I@0 I@0 U0"},
+    {{62, 91}, "thirds U0"}, {{11, 12}, "I/3@0! I/3@0 I/3@0 U@p U@p U@p"}, {{100}, "I/6@0! I/6@0 I/6@0 U@p U@p U@p"},
+    {{81}, "thirds U-"}, {{83}, "thirds U+"}, {{66}, "thirds U@0+p 0@0 0@0"}, {{67}, "thirds 0@0 U@0+p 0@0"},
+    {{68}, "thirds as75"}, {{121}, "thirds none"}, {{86}, "thirds A@0 A+U@0+p A@0"}, {{87}, "thirds A@0 A@0 A+U@0+p"},
+    {{75}, "I@0 0@0 0@0 as75"}, {{77}, "I+ as75"}, {{78}, "I@0 0@0 0@0 as78"}, {{79}, "0@0 0@0 I@0 as78"},
+    {{80}, "I+ as78"}, {{42}, "zero U@0! 0@0! 0@0!"}, {{43}, "zero 0@0! U@0! 0@0!"}, {{44}, "zero 0@0! 0@0! U@0!"},
+    {{45}, "I@0! 0@0! 0@0! zero"}, {{46}, "0@0! I@0! 0@0! zero"}, {{47}, "0@0! 0@0! I@0! zero"},
+    {{48}, "I@0! 0@0! 0@0! 0@0! 0@0! U@0+p!"}, {{33}, "none U@p 0@0! 0@0!"}, {{50}, "none U/2@p+0 U/2@p+180 -"},
+    {{51}, "none U/2@0! U/2@180! -"}, {{115}, "I@360-p 0@0! 0@0! supply"}, {{116}, "0@0! I@360-p 0@0! supply"},
+    {{117}, "0@0! 0@0! I@360-p supply"}, {{127, 128}, "I@0! 0@0! K@0! zero"}, {{129}, "K@0! I@0! 0@0! zero"},
+    {{130}, "0@0! I@0! K@0! zero"}, {{131}, "K@0! 0@0! I@0! zero"}, {{132}, "0@0! K@0! I@0! zero"},
+    {{93}, "as3 U@0+p Ub@180+t+p Ub@180-t+p"}, {{94}, "as4 Ub@180-t+p U@0+p Ub@180+t+p"},
+    {{95}, "as5 Ub@180+t+p Ub@180-t+p U@0+p"}, {{36}, "none Ux@240+p+180+s Ux@240+p+180-s N@240+p"},
+    {{37}, "none N@0+p Ux@0+p+180+s Ux@0+p+180-s"}, {{38}, "none Ux@120+p+180-s N@120+p Ux@120+p+180+s"},
+    {{71}, "I+ N@0+p M@b+p M@360-b+p"}, {{85}, "thirds 0@0! 0@0! 0@0!"}, {{82, 84, 101, 102, 103}, "*"}};
+
+const std::vector<int> kUnhandled = {10, 13, 30, 31, 32, 39, 40, 41, 52, 53, 54, 55, 56, 57, 58, 59, 99, 104,
+                                     105, 106, 114};
+
+// a op b op c ..., left to right; operands are numbers or the names in vars.
+double Eval(const std::string& s, const std::map<std::string, double>& vars) {
+    double value = 0;
+    char op = s[0] == '-' ? '-' : '+';
+    for (std::size_t k = op == '-' ? 1 : 0; k < s.size();) {
+        double x = 0;
+        if (std::isdigit(static_cast<unsigned char>(s[k]))) {
+            char* end = nullptr;
+            x = std::strtod(s.c_str() + k, &end);
+            k = static_cast<std::size_t>(end - s.c_str());
+        } else {
+            std::size_t e = k;
+            while (e < s.size() && std::isalnum(static_cast<unsigned char>(s[e]))) ++e;
+            x = vars.at(s.substr(k, e - k));
+            k = e;
+        }
+        value = op == '+' ? value + x : op == '-' ? value - x : op == '*' ? value * x : value / x;
+        if (k < s.size()) op = s[k++];
+    }
+    return value;
+}
+
+std::array<Phasor, 6> Parse(const std::string& row, const std::map<std::string, double>& vars) {
+    std::vector<std::string> cells;
+    std::istringstream in(row);
+    for (std::string t; in >> t;) {
+        std::istringstream sub(kAlias.count(t) ? kAlias.at(t) : t);
+        for (std::string c; sub >> c;) cells.push_back(c);
+    }
+    EXPECT_EQ(cells.size(), 6u) << row;
+    std::array<Phasor, 6> p{};
+    for (std::size_t k = 0; k < 6 && k < cells.size(); ++k) {
+        std::string c = cells[k];
+        if (c == "-") continue;
+        p[k].raw = c.back() == '!';
+        if (p[k].raw) c.pop_back();
+        const std::size_t at = c.find('@');
+        p[k] = {true, Eval(c.substr(0, at), vars), Eval(c.substr(at + 1), vars), p[k].raw};
+    }
+    return p;
+}
+
+constexpr double kDeg = 180 / std::numbers::pi;
+
+Outcome Model(int code, const Scenario& s) {
+    const double N = kv::cst58V, r3 = std::sqrt(3.0);
+    double U = s.U < 0 && code != 82 ? 0 : s.U, I = s.I < 0 ? 0 : s.I, Uh = N, Uf = U / r3, d = 0;
+    Outcome o;
+    if (I > (code == 100 ? 6 : 1) * kv::globImax) o.r = 2;
+    const bool exempt = code == 42 || code == 50 || code == 51 || (code >= 115 && code <= 117);
+    if (code < 6 && s.Unom < 500) {
+        if (U > kv::globUmax) U = Uh = kv::globUmax, o.r = 1;
+        else if (U > N) Uh = U;
+    } else if (code >= 6 && !exempt) {
+        const double unom = s.Unom < 0 ? kv::cstUmax100 : s.Unom;
+        if (U > kv::cst173V && U > kv::globUmax) U = Uh = kv::globUmax, d = 60, o.r = 1;
+        else if (U > kv::cst173V || U >= unom) Uh = Uf = U / r3, d = 60;
+        else Uf = std::hypot(U, N) / 2, d = std::atan(U / N) * kDeg;
+    }
+    const auto c = static_cast<unsigned>(code);
+    if (c > 132 || std::count(kUnhandled.begin(), kUnhandled.end(), code)) return o.r = 3, o;
+    std::map<std::string, double> v = {{"U", U}, {"I", I}, {"Uh", Uh}, {"Uf", Uf}, {"d", d}, {"p", s.phi},
+        {"N", N}, {"A", s.Aux}, {"H", s.Uhealthy < 0 ? Uh : s.Uhealthy}, {"K", kv::glob_dIk},
+        {"P", kv::glob_dUpitForProgramStandart}, {"X", std::fabs(U - N)}, {"r3", r3}};
+    if (code >= 111 && code <= 113) v["Uf"] = std::hypot(U, v["H"]) / 2, v["d"] = std::atan(U / v["H"]) * kDeg;
+    if (code >= 93 && code <= 95) {
+        const double uh = U > N ? U : Uh, a = uh * 1.5 - U, b = uh * r3 / 2;
+        v["t"] = std::atan(b / a) * kDeg, v["Ub"] = std::hypot(a, b);
+    }
+    if (code >= 36 && code <= 38) {
+        const double L = kv::cstUmax100 - 2 * r3 * U;
+        if (L > kv::cstUmax100 + 0.001 || L < 0) return o.r = 1, o;
+        v["s"] = std::atan(L / N) * kDeg, v["Ux"] = std::hypot(L, N) / 2;
+    }
+    if (code == 71) {
+        v["b"] = 180 + std::atan((1.5 - 3 * U / N) / std::sin(2 * std::numbers::pi / 3)) * kDeg;
+        v["M"] = std::fabs(U / 2 / std::cos(v["b"] / kDeg));
+    }
+    std::string row;
+    for (const auto& [codes, text] : kRows)
+        if (std::count(codes.begin(), codes.end(), code)) row = text;
+    if (code == 85 && s.Aux > -0.0001) row = "thirds A+U@0+p A@0 A@0";
+    if (row == "*") return o.checked = false, o;
+    o.p = Parse(row, v);
+    return o;
+}
+
+double Sentinel(std::size_t k) { return 1000.25 + static_cast<double>(k); }
+
+void ExpectNear(double actual, double expected, const char* what) {
+    if (std::isnan(expected)) EXPECT_TRUE(std::isnan(actual)) << what;
+    else EXPECT_NEAR(actual, expected, 1e-9 * std::max(1.0, std::fabs(expected))) << what;
+}
+
+// Outputs in argument order: UA fiUA UB fiUB UC fiUC IA fiIA IB fiIB IC fiIC.
+void Expect(const Outcome& e, const std::array<double, 12>& o, bool fold) {
+    for (std::size_t k = 0; e.checked && k < 6; ++k) {
+        const std::size_t m = k < 3 ? 6 + 2 * k : 2 * (k - 3);
+        SCOPED_TRACE(k < 3 ? "current " + std::to_string(k) : "voltage " + std::to_string(k - 3));
+        if (!e.p[k].written) {
+            EXPECT_EQ(o[m], Sentinel(m));
+            EXPECT_EQ(o[m + 1], Sentinel(m + 1));
+            continue;
+        }
+        ExpectNear(o[m], e.p[k].m, "magnitude");
+        if (!fold || e.p[k].raw || std::isnan(e.p[k].a)) {
+            ExpectNear(o[m + 1], e.p[k].a, "angle");
+        } else {
+            EXPECT_NEAR(std::remainder(o[m + 1] - e.p[k].a, 360.0), 0.0, 1e-9) << "angle";
+            EXPECT_TRUE(o[m + 1] >= -0.0001 && o[m + 1] <= 359.999) << o[m + 1];
+        }
+    }
+}
+
+class SetUIFazaTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        kv::globUmax = umax, kv::globImax = imax, kv::glob_TT_dAngleKz = angle;
+        kv::glob_bEnableAbsAngle = fold, kv::glob_TT_nCombo_TypeKz = combo, kv::glob_bFault_A1_Enable = a1;
+        kv::glob_dwKavorType = type, kv::glob_dwProgramIconNumber = icon;
+    }
+    double umax = kv::globUmax, imax = kv::globImax, angle = kv::glob_TT_dAngleKz;
+    int fold = kv::glob_bEnableAbsAngle, combo = kv::glob_TT_nCombo_TypeKz, a1 = kv::glob_bFault_A1_Enable;
+    kv::DWORD type = kv::glob_dwKavorType, icon = kv::glob_dwProgramIconNumber;
+
+    // Calls with sentinel-filled outputs and checks the three recorded globals.
+    static int Call(int code, const Scenario& s, std::array<double, 12>& o) {
+        kv::globUmax = s.umax;
+        kv::glob_bEnableAbsAngle = s.fold;
+        kv::glob_dwKavorType = s.type;
+        kv::glob_dwProgramIconNumber = s.icon;
+        kv::glob_bFault_A1_Enable = 1;
+        for (std::size_t k = 0; k < 12; ++k) o[k] = Sentinel(k);
+        const int r = kv::SetUIFaza(code, s.U, s.I, s.phi, o[0], o[1], o[2], o[3], o[4], o[5], o[6], o[7], o[8],
+                                    o[9], o[10], o[11], s.Unom, s.Aux, 10.0, s.Uhealthy);
+        EXPECT_EQ(kv::glob_TT_nCombo_TypeKz, code);
+        EXPECT_EQ(std::memcmp(&kv::glob_TT_dAngleKz, &s.phi, sizeof(double)), 0);
+        const bool a1 =
+            code == 123 && s.type == 35 && (s.icon == 101 || s.icon == 102 || s.icon == 103 || s.icon == 105);
+        EXPECT_EQ(kv::glob_bFault_A1_Enable, a1 ? 1 : 0);
+        return r;
+    }
+};
+
+TEST_F(SetUIFazaTest, EveryCodeAcrossTheBranchesOfTheFrame) {
+    const double N = 57.735026918962575;
+    // U below, at and above cst58V, the nominal 100, cst173V and globUmax; Unom negative,
+    // zero, positive and from 500 up; I at and beyond both current limits; folding on and off.
+    const std::vector<Scenario> scenarios = {
+        {30, 5, 0, 100, 10, -1},
+        {0, 0, 35, 0, -5, 20, 0},
+        {0, 1, 35, 0, -5, 0, 1, 120, 35, 104},
+        {N, 20, -70, 100, 57.7, 0, 1, 120, 34, 102},
+        {80, 20.5, 200, -1, -0.0001, 60, 0, 120, 35, 105},
+        {100, 120, 359, 100, 0, -3, 1, 120, 35, 103},
+        {150, 121, 35, 100, 5, 30},
+        {150, 3, 35, 500, 5, 30, 0, 120, 35, 102},
+        {207.9, 1, 10, 100, 0, 50, 0},
+        {250, 1, 10, 100, 0, 50},
+        {250, 1, 10, 100, 0, 50, 1, 300},
+        {-5, -1, 45, 100, 1, 1},
+        {20, 30, -400, 50, 2, 40},
+        {10, 2, 100, 0, 0, 0, 0},
+        {5, 2, 31.11391, -7, 0, 0, 1},
+    };
+    std::vector<int> codes = {-1, INT_MIN, INT_MAX};
+    for (int code = 0; code <= 200; ++code) codes.push_back(code);
+    for (std::size_t n = 0; n < scenarios.size(); ++n) {
+        for (int code : codes) {
+            SCOPED_TRACE("scenario " + std::to_string(n) + ", code " + std::to_string(code));
+            std::array<double, 12> o{};
+            const int r = Call(code, scenarios[n], o);
+            const Outcome e = Model(code, scenarios[n]);
+            EXPECT_EQ(r, e.r);
+            Expect(e, o, scenarios[n].fold != 0);
+        }
+    }
+}
+
+TEST_F(SetUIFazaTest, ModelAndLibraryMatchTheWorkedCases) {
+    struct Case { int code; Scenario s; int r; std::string row; };
+    const std::vector<Case> cases = {
+        {0, {-5, -1, 10, 100, 0, -1}, 0, "0@0 0@0 0@0 0@10 0@0 0@0"},
+        {6, {100, 1, 10, -1, 0, -1}, 0, "as6 h@340 h@220 h@100"},
+        {6, {100, 1, 10, 500, 0, -1}, 0, "as6 h@340 h@220 h@100"},
+        {6, {0, 1, 10, 100, 0, -1}, 0, "as6 28.867513459481287@280 28.867513459481287@280 h@100"},
+        {6, {0, 1, 10, 0, 0, -1}, 0, "as6 0@340 0@220 0@100"},
+        {6, {10, 1, 10, 0, 0, -1}, 0, "as6 5.773502691896258@340 5.773502691896258@220 5.773502691896258@100"},
+        {6, {10, 1, 10, -1, 0, -1}, 0,
+         "as6 29.297326385411576@289.8264298158323 29.297326385411576@270.1735701841677 h@100"},
+        {3, {200, 1, 0, 500, 0, -1}, 0, "as3 200@0 h@240 h@120"},
+        {3, {200, 1, 0, 0, 0, -1}, 1, "as3 120@0 120@240 120@120"},
+        {100, {30, 100, 0, 100, 0, -1}, 0,
+         "16.666666666666668@0 16.666666666666668@0 16.666666666666668@0 30@0 30@0 30@0"},
+        {11, {30, 100, 0, 100, 0, -1}, 2,
+         "33.333333333333336@0 33.333333333333336@0 33.333333333333336@0 30@0 30@0 30@0"},
+        {20, {100, 1, 0, 100, 0, -1}, 0, "as8 0@210 h@90 h@330"},
+        {18, {100, 1, 0, 100, 0, -1}, 0, "as6 h@330 h@210 0@90"},
+        {17, {30, 7, 0, 100, 0, -1}, 0, "1@0 7@240 7@120 30@0 30@240 30@120"},
+        {86, {10, 3, 0, 100, -5, -1}, 0, "1@0 1@0 1@0 -5@0 5@0 -5@0"},
+        {85, {10, 3, 0, 100, -5, -1}, 0, "1@0 1@0 1@0 0@0 0@0 0@0"},
+        {121, {10, 3, 0, 100, 0, -1}, 0, "1@0 1@0 1@0 - - -"},
+        {36, {30, 1, 0, 100, 0, -1}, 1, "- - - - - -"},
+        {36, {0, 1, 0, 100, 0, -1}, 0, "- - - h@120 h@0 h@240"},
+        {93, {57.735026918962575, 1, 0, 100, 0, -1}, 0, "as3 h@0 h@240 h@120"},
+        {96, {100, 1, 0, 100, 0, -1}, 0, "I+ h@90 h@330 75.05553499465135@210"},
+        {71, {28.867513459481287, 1, 0, 100, 0, -1}, 0, "I+ h@0 14.433756729740644@180 14.433756729740644@180"},
+        {111, {30, 1, 0, 100, 0, 0}, 0, "as6 15@0 15@180 0@90"},
+        {133, {30, 1, 0, 100, 0, -1}, 3, "- - - - - -"},
+        {-1, {30, 1, 0, 100, 0, -1}, 3, "- - - - - -"},
+        {104, {30, 1, 0, 100, 0, -1}, 3, "- - - - - -"},
+    };
+    kv::globImax = 20;
+    for (const Case& c : cases) {
+        SCOPED_TRACE("code " + std::to_string(c.code));
+        std::array<double, 12> o{};
+        EXPECT_EQ(Call(c.code, c.s, o), c.r);
+        Outcome hand;
+        hand.r = c.r;
+        hand.p = Parse(c.row, {{"I", c.s.I < 0 ? 0 : c.s.I}, {"h", 57.735026918962575}});  // h: cst58V
+        Expect(hand, o, true);
+        const Outcome model = Model(c.code, c.s);
+        EXPECT_EQ(model.r, c.r);
+        for (std::size_t k = 0; k < 6; ++k) {
+            EXPECT_EQ(model.p[k].written, hand.p[k].written);
+            if (!hand.p[k].written) continue;
+            ExpectNear(model.p[k].m, hand.p[k].m, "model magnitude");
+            EXPECT_NEAR(std::remainder(model.p[k].a - hand.p[k].a, 360.0), 0.0, 1e-9) << "model angle";
+        }
+    }
+}
+
+TEST_F(SetUIFazaTest, AnglesAreSummedInTheWrittenOrder) {
+    std::array<double, 12> o{};
+    Scenario s{30, 1, -0.0, 100, 0, -1};
+    Call(0, s, o);  // 0 + phi
+    EXPECT_FALSE(std::signbit(o[1]));
+    Call(33, s, o);  // phi alone
+    EXPECT_TRUE(std::signbit(o[1]));
+    Call(50, s, o);  // phi + 0
+    EXPECT_FALSE(std::signbit(o[1]));
+
+    s = {30, 1, 31.11391, 100, 0, -1, 0};  // (240 + phi) + 120 differs from phi + 360 here
+    Call(4, s, o);
+    EXPECT_EQ(o[3], (240.0 + 31.11391) + 120.0);
+    EXPECT_NE(o[3], 240.0 + (31.11391 + 120.0));
+
+    s.phi = 0.1;  // (270 - delta) + phi, not (270 + phi) - delta
+    Call(6, s, o);
+    const double delta = std::atan(30 / kv::cst58V) * (180.0 / 3.141592653589793);
+    EXPECT_EQ(o[3], (270 - delta) + 0.1);
+    EXPECT_NE(o[3], (270 + 0.1) - delta);
+}
+
+TEST_F(SetUIFazaTest, Code127EndsAsCode128) {
+    std::array<double, 12> a{}, b{};
+    const Scenario s{30, 4, 20, 100, 0, -1};
+    EXPECT_EQ(Call(127, s, a), Call(128, s, b));
+    EXPECT_EQ(a, b);
+}
+
+}  // namespace

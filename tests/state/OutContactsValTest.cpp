@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "Kv_Data.h"
+
+namespace {
+
+using namespace kv;
+using Bytes = std::vector<BYTE>;
+using Block = void (COutContactsVal::*)(CArchive&);
+
+// A file whose every write fails, as on a full disk.
+class FailingFile : public CMemFile {
+public:
+    void Write(const void*, UINT) override { AfxThrowFileException(CFileException::diskFull); }
+};
+
+class OutContactsVal : public ::testing::Test {
+protected:
+    void TearDown() override { cstMaxOldOutCont = m_savedOldCount; }
+
+    static Bytes Store(COutContactsVal& object, Block block) {
+        CMemFile file;
+        {
+            CArchive ar(&file, CArchive::store);
+            (object.*block)(ar);
+        }
+        return file.Bytes();
+    }
+    static void Load(COutContactsVal& object, Block block, Bytes bytes) {
+        CMemFile file(std::move(bytes));
+        CArchive ar(&file, CArchive::load);
+        (object.*block)(ar);
+    }
+
+    std::unique_ptr<COutContactsVal> m_a = std::make_unique<COutContactsVal>();  // 512 entries: on the heap
+    std::unique_ptr<COutContactsVal> m_b = std::make_unique<COutContactsVal>();
+
+private:
+    DWORD m_savedOldCount = cstMaxOldOutCont;
+};
+
+TEST_F(OutContactsVal, BlocksHold18BytesAnEntrySecondFieldFirst) {
+    EXPECT_EQ(Store(*m_a, &COutContactsVal::SerializeRemain), Bytes(9144, 0));
+    COutContactEntry& e = m_a->m_aEntry[0];
+    e = {1, 2, 1.5, 0.25, "never stored", 7.0, 7.0};
+    Bytes expected = {0x02, 0x01, 0, 0, 0, 0, 0, 0, 0xD0, 0x3F, 0, 0, 0, 0, 0, 0, 0xF8, 0x3F};
+    expected.resize(72, 0);
+    EXPECT_EQ(Store(*m_a, &COutContactsVal::Serialize), expected);
+
+    Load(*m_b, &COutContactsVal::Serialize, expected);
+    EXPECT_EQ(*m_a == *m_b, 0);  // text and the last two values live in memory only
+    m_b->m_aEntry[0].strText = "never stored";
+    m_b->m_aEntry[0].dValue3 = m_b->m_aEntry[0].dValue4 = 7.0;
+    EXPECT_EQ(*m_a == *m_b, 1);
+}
+
+TEST_F(OutContactsVal, ShortFirstBlockKeepsWhatWasReadSilently) {
+    for (COutContactEntry& e : m_a->m_aEntry) e.dValue1 = e.dValue2 = 9.0;
+    *m_b = *m_a;
+    Load(*m_a, &COutContactsVal::Serialize, {});
+    EXPECT_EQ(*m_a == *m_b, 1);
+
+    // Entry 0 whole, entry 1 up to its dValue2 and two bytes of its dValue1.
+    Bytes bytes = Store(*m_b, &COutContactsVal::Serialize);
+    bytes.resize(18 + 10 + 2);
+    bytes[0] = 3;
+    bytes[18] = 5;
+    const double value2 = 3.75;
+    std::memcpy(&bytes[20], &value2, sizeof value2);
+    Load(*m_a, &COutContactsVal::Serialize, bytes);
+    m_b->m_aEntry[0].byFlag2 = 3;
+    m_b->m_aEntry[1].byFlag2 = 5;
+    m_b->m_aEntry[1].dValue2 = value2;
+    EXPECT_EQ(*m_a == *m_b, 1);
+}
+
+TEST_F(OutContactsVal, ShortSecondBlockResetsEveryLaterEntry) {
+    for (COutContactEntry& e : m_a->m_aEntry) e = {1, 1, 9.0, 9.0, "kept", 9.0, 9.0};
+    Load(*m_a, &COutContactsVal::SerializeRemain, Bytes(100, 0x40));  // five whole entries and a part
+    for (int i = 0; i < COutContactsVal::kEntryCount; ++i) {
+        const COutContactEntry& e = m_a->m_aEntry[i];
+        const bool old = i < 4;
+        EXPECT_TRUE(e.byFlag1 == old && e.byFlag2 == old && e.dValue1 == (old ? 9.0 : 0.0) &&
+                    e.dValue2 == (old ? 9.0 : 0.1) && e.strText == "kept" && e.dValue3 == 9.0 && e.dValue4 == 9.0)
+            << i;
+    }
+}
+
+TEST_F(OutContactsVal, OnlySerializeRemainReportsStoringErrors) {
+    FailingFile file;
+    CArchive ar(&file, CArchive::store, 16);  // a small buffer reaches the file at once
+    EXPECT_NO_THROW(m_a->Serialize(ar));
+    EXPECT_THROW(m_a->SerializeRemain(ar), CFileException);
+}
+
+TEST_F(OutContactsVal, OldCountAtOrAbove512LeavesNoSecondBlock) {
+    m_a->m_aEntry[511].dValue2 = 5.0;
+    for (const DWORD count : {512u, 100000u}) {
+        cstMaxOldOutCont = count;
+        EXPECT_EQ(Store(*m_a, &COutContactsVal::Serialize).size(), 512u * 18u);  // never past the array
+        EXPECT_TRUE(Store(*m_a, &COutContactsVal::SerializeRemain).empty());
+        Load(*m_a, &COutContactsVal::SerializeRemain, {});
+        EXPECT_EQ(m_a->m_aEntry[511].dValue2, 5.0);
+    }
+}
+
+TEST_F(OutContactsVal, ComparisonIsExactAndCaseSensitive) {
+    m_b->m_aEntry[511].strText = "x";
+    m_a->m_aEntry[511].strText = "X";
+    EXPECT_EQ(*m_a == *m_b, 0);
+    const COutContactsVal copy(*m_b);
+    EXPECT_EQ(copy == *m_b, 1);
+    m_b->m_aEntry[7].dValue4 = std::nan("");
+    EXPECT_EQ(*m_b == *m_b, 0);  // a NaN equals nothing, itself included
+}
+
+TEST_F(OutContactsVal, ArchivesCreateTheClassByName) {
+    CRuntimeClass* found = CRuntimeClass::FromName("COutContactsVal");
+    ASSERT_EQ(found, KV_RUNTIME_CLASS(COutContactsVal));
+    EXPECT_EQ(found->m_wSchema, 1u);
+
+    m_a->m_aEntry[3].dValue1 = 42.0;
+    CMemFile file;
+    CArchive(&file, CArchive::store).WriteObject(m_a.get());
+    // Tag 0xFFFF, schema 1, the name's length and the name, then the first block.
+    EXPECT_EQ(file.Bytes().size(), 6u + 15u + 72u);
+    CMemFile in(file.Bytes());
+    const std::unique_ptr<CObject> loaded(CArchive(&in, CArchive::load).ReadObject(nullptr));
+    ASSERT_TRUE(loaded && loaded->IsKindOf(KV_RUNTIME_CLASS(COutContactsVal)));
+    EXPECT_EQ(static_cast<COutContactsVal&>(*loaded) == *m_a, 1);
+}
+
+}  // namespace
