@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "AllocationCounter.h"
+#include "Kv_Data/Fault.h"
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/PlatformString.h"
 #include "Kv_Data/ThreePhase.h"
@@ -89,6 +90,70 @@ void BM_AbsAngleGr(benchmark::State& state) {
     });
 }
 BENCHMARK(BM_AbsAngleGr);
+
+// One synthesis call per function, over a few typical codes: an earth fault, a
+// phase-to-phase fault, a three-phase fault and a computed pattern.
+const int kFaultCodes[4] = {3, 6, 9, 93};
+
+void BM_SetUFaza(benchmark::State& state) {
+    double out[6] = {};
+    std::size_t k = 0;
+    Counted(state, [&] {
+        benchmark::DoNotOptimize(
+            kv::SetUFaza(kFaultCodes[k], 40.0, 75.0, out[0], out[1], out[2], out[3], out[4], out[5]));
+        benchmark::DoNotOptimize(out);
+        k = (k + 1) & 3;
+    });
+}
+BENCHMARK(BM_SetUFaza);
+
+void BM_SetIFaza(benchmark::State& state) {
+    double out[6] = {};
+    std::size_t k = 0;
+    Counted(state, [&] {
+        benchmark::DoNotOptimize(
+            kv::SetIFaza(kFaultCodes[k], 5.0, 75.0, out[0], out[1], out[2], out[3], out[4], out[5]));
+        benchmark::DoNotOptimize(out);
+        k = (k + 1) & 3;
+    });
+}
+BENCHMARK(BM_SetIFaza);
+
+void BM_SetUIFaza(benchmark::State& state) {
+    double out[12] = {};
+    std::size_t k = 0;
+    Counted(state, [&] {
+        benchmark::DoNotOptimize(kv::SetUIFaza(kFaultCodes[k], 40.0, 5.0, 75.0, out[0], out[1], out[2], out[3],
+                                               out[4], out[5], out[6], out[7], out[8], out[9], out[10], out[11],
+                                               100.0, 0.0, 0.0, -1.0));
+        benchmark::DoNotOptimize(out);
+        k = (k + 1) & 3;
+    });
+}
+BENCHMARK(BM_SetUIFaza);
+
+// The sequence-component patterns convert through the symmetrical components.
+void BM_SetUIFaza_Universal(benchmark::State& state) {
+    double out[12] = {};
+    Counted(state, [&] {
+        benchmark::DoNotOptimize(kv::SetUIFaza(103, 40.0, 5.0, 75.0, out[0], out[1], out[2], out[3], out[4],
+                                               out[5], out[6], out[7], out[8], out[9], out[10], out[11], 100.0,
+                                               57.7, 0.0, -1.0));
+        benchmark::DoNotOptimize(out);
+    });
+}
+BENCHMARK(BM_SetUIFaza_Universal);
+
+void BM_SetUIFaza_Record(benchmark::State& state) {
+    kv::CValueIU v;
+    std::size_t k = 0;
+    Counted(state, [&] {
+        benchmark::DoNotOptimize(kv::SetUIFaza(kFaultCodes[k], 1, 1, 40.0, 5.0, 75.0, v));
+        benchmark::DoNotOptimize(v);
+        k = (k + 1) & 3;
+    });
+}
+BENCHMARK(BM_SetUIFaza_Record);
 
 // The counter must see allocations, the library's included, or the checks prove nothing.
 bool CounterIsLive() {

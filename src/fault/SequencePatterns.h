@@ -7,6 +7,7 @@
 
 #include "Kv_Data/Phasor.h"
 #include "fault/Expr.h"
+#include "fault/Synthesis.h"
 
 namespace kv::fault {
 
@@ -20,14 +21,6 @@ struct Outputs {
 
 // The three current or the three voltage cells of a row, phases A, B, C.
 using Triple = std::array<Cell, 3>;
-
-// Magnitude first, then the angle; a cell that is not written leaves both as they are.
-inline void WriteCell(const Cell& c, const Work& w, double& magnitude, double& angle) {
-    if (!c.written) return;
-    magnitude = Evaluate(c.magnitude, w);
-    const double a = Evaluate(c.angle, w);
-    angle = c.raw ? a : AbsAngleGr(a);
-}
 
 inline void WriteCurrents(const Triple& cells, const Work& w, const Outputs& out) {
     for (std::size_t k = 0; k < 3; ++k) WriteCell(cells[k], w, *out.current[k], *out.currentAngle[k]);

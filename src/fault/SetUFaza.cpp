@@ -9,21 +9,11 @@
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
 #include "fault/Expr.h"
+#include "fault/Synthesis.h"
 #include "phasor/AngleConstants.h"
 
 namespace kv::fault {
 namespace {
-
-// The codes one row covers.
-struct Codes {
-    std::array<int, 6> list{};
-    std::size_t count = 0;
-};
-
-template <typename... Code>
-constexpr Codes On(Code... code) {
-    return Codes{{code...}, sizeof...(code)};
-}
 
 // A row whose working values are computed for it names the routine that computes them;
 // the routine answers false when the fault cannot be produced.
@@ -35,58 +25,13 @@ struct PhaseRow {
     Prepare prepare = nullptr;
 };
 
-template <std::size_t N>
-const PhaseRow* FindRow(const PhaseRow (&rows)[N], int code) {
-    for (const PhaseRow& row : rows)
-        for (std::size_t k = 0; k < row.codes.count; ++k)
-            if (row.codes.list[k] == code) return &row;
-    return nullptr;
-}
-
-void Put(const Cell& c, const Work& w, double& magnitude, double& angle) {
-    if (!c.written) return;
-    magnitude = Evaluate(c.magnitude, w);
-    const double a = Evaluate(c.angle, w);
-    angle = c.raw ? a : AbsAngleGr(a);
-}
-
 // Computes the row's own working values, then writes its cells; false, with nothing
 // written, when the row's routine refuses.
 bool Apply(const PhaseRow& row, Work& w, double& mA, double& fA, double& mB, double& fB, double& mC, double& fC) {
     if (row.prepare != nullptr && !row.prepare(w)) return false;
-    Put(row.a, w, mA, fA);
-    Put(row.b, w, mB, fB);
-    Put(row.c, w, mC, fC);
-    return true;
-}
-
-// Code 123 (FaultA1N) is offered only on device type 35 in four of the test programs;
-// stricter than the catalogue's lookup, which asks for the device type alone.
-bool A1Enabled() {
-    const DWORD icon = glob_dwProgramIconNumber;
-    return glob_dwKavorType == 35 && (icon == 101 || icon == 102 || icon == 103 || icon == 105);
-}
-
-// 36-38: U is the negative-sequence voltage of a phase-to-phase fault whose healthy phase
-// stays at the nominal cst58V (not Uh). L is the line voltage between the faulted phases;
-// false when no such fault gives U (above about 28.87 V).
-bool NegativeSequenceAcrossLine(Work& w) {
-    const double L = cstUmax100 - (w[Var::U] + w[Var::U]) * kSqrt3;
-    if (L > cstUmax100 + 0.001 || L < 0) return false;
-    w[Var::Psi] = std::atan((L / 2) / (cst58V / 2)) * kRadToDeg;
-    w[Var::Ux] = std::sqrt(L / 2 * L / 2 + cst58V / 2 * cst58V / 2);
-    return true;
-}
-
-// 93-95: the star of source voltages Uh with its neutral displaced so that the faulted
-// phase keeps U. a > 0 always: a = 0 would need U = 1.5·Uh.
-bool IsolatedNeutral(Work& w) {
-    if (w[Var::U] > cst58V) w[Var::Uh] = w[Var::U];
-    const double uh = w[Var::Uh];
-    const double a = uh / 2 + uh - w[Var::U];
-    const double b = uh * kSqrt3 / 2;
-    w[Var::Theta] = std::atan(b / a) * kRadToDeg;
-    w[Var::Ub] = std::sqrt(a * a + b * b);
+    WriteCell(row.a, w, mA, fA);
+    WriteCell(row.b, w, mB, fB);
+    WriteCell(row.c, w, mC, fC);
     return true;
 }
 
@@ -171,9 +116,7 @@ namespace kv {
 int SetUFaza(int code, double U, double phi, double& UA, double& fiA, double& UB, double& fiB, double& UC,
              double& fiC) {
     using fault::Var;
-    glob_TT_nCombo_TypeKz = code;
-    glob_TT_dAngleKz = phi;
-    glob_bFault_A1_Enable = 0;
+    fault::RecordRequest(code, phi);
 
     if (U < 0) U = 0;
     int r = 0;
@@ -235,9 +178,7 @@ int SetUFaza(int code, double U, double phi, double& UA, double& fiA, double& UB
 int SetIFaza(int code, double I, double phi, double& IA, double& fiA, double& IB, double& fiB, double& IC,
              double& fiC) {
     using fault::Var;
-    glob_TT_nCombo_TypeKz = code;
-    glob_TT_dAngleKz = phi;
-    glob_bFault_A1_Enable = 0;
+    fault::RecordRequest(code, phi);
 
     if (I < 0) I = 0;
     int r = 0;

@@ -9,6 +9,7 @@
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
 #include "fault/Expr.h"
+#include "fault/Synthesis.h"
 #include "fault/SequencePatterns.h"
 #include "phasor/AngleConstants.h"
 
@@ -20,19 +21,9 @@ namespace {
 
 constexpr std::size_t kCodeCount = 133;  // codes 0 to 132
 
-struct CodeList {
-    std::array<int, 6> list;
-    std::size_t count;
-};
-
-template <typename... T>
-constexpr CodeList Codes(T... codes) {
-    return CodeList{{codes...}, sizeof...(codes)};
-}
-
 // One row of a table: the codes that share it, then IA, IB, IC and UA, UB, UC.
 struct Entry {
-    CodeList codes;
+    Codes codes;
     Triple currents;
     Triple voltages;
 };
@@ -66,22 +57,22 @@ constexpr Triple kU70 = {cell(Nominal, K(0) + Phi + 120), cell(Extra, K(240) + P
 // 5 at 480); folding off, these angles reach the caller unreduced. Rows 118 to 120 take
 // the voltages as the reference and turn the currents by -phi.
 constexpr Entry kSinglePhase[] = {
-    {Codes(0), kIaOnly, {cell(U, K(0) + Phi), cell(0, 0), cell(0, 0)}},
-    {Codes(1), {cell(0, 0), cell(I, 0), cell(0, 0)}, {cell(0, 0), cell(U, K(0) + Phi), cell(0, 0)}},
-    {Codes(2, 76), {cell(0, 0), cell(0, 0), cell(I, 0)}, {cell(0, 0), cell(0, 0), cell(U, K(0) + Phi)}},
-    {Codes(3, 123), kIa, {cell(U, K(0) + Phi), cell(Uh, K(240) + Phi), cell(Uh, K(120) + Phi)}},
-    {Codes(4, 109), kIb, {cell(Uh, K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(Uh, K(120) + Phi + 120)}},
-    {Codes(5), kIc, {cell(Uh, K(0) + Phi + 240), cell(Uh, K(240) + Phi + 240), cell(U, K(120) + Phi + 240)}},
-    {Codes(21), kIa, {cell(U, K(0) + Phi), cell(K(0), K(240) + Phi), cell(K(0), K(120) + Phi)}},
-    {Codes(22), kIb, {cell(K(0), K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(K(0), K(120) + Phi + 120)}},
-    {Codes(23), kIc, {cell(K(0), K(0) + Phi + 240), cell(K(0), K(240) + Phi + 240), cell(U, K(120) + Phi + 240)}},
-    {Codes(70, 110), kIb, kU70},
-    {Codes(107), {cell(I / 3.0, 360), cell(I / 3.0, 360), cell(I / 3.0, 360)}, kU70},
-    {Codes(108), {cell(I / 3.0, 360), cell(I / 3.0, 360), cell(I / 3.0, 360)},
+    {On(0), kIaOnly, {cell(U, K(0) + Phi), cell(0, 0), cell(0, 0)}},
+    {On(1), {cell(0, 0), cell(I, 0), cell(0, 0)}, {cell(0, 0), cell(U, K(0) + Phi), cell(0, 0)}},
+    {On(2, 76), {cell(0, 0), cell(0, 0), cell(I, 0)}, {cell(0, 0), cell(0, 0), cell(U, K(0) + Phi)}},
+    {On(3, 123), kIa, {cell(U, K(0) + Phi), cell(Uh, K(240) + Phi), cell(Uh, K(120) + Phi)}},
+    {On(4, 109), kIb, {cell(Uh, K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(Uh, K(120) + Phi + 120)}},
+    {On(5), kIc, {cell(Uh, K(0) + Phi + 240), cell(Uh, K(240) + Phi + 240), cell(U, K(120) + Phi + 240)}},
+    {On(21), kIa, {cell(U, K(0) + Phi), cell(K(0), K(240) + Phi), cell(K(0), K(120) + Phi)}},
+    {On(22), kIb, {cell(K(0), K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(K(0), K(120) + Phi + 120)}},
+    {On(23), kIc, {cell(K(0), K(0) + Phi + 240), cell(K(0), K(240) + Phi + 240), cell(U, K(120) + Phi + 240)}},
+    {On(70, 110), kIb, kU70},
+    {On(107), {cell(I / 3.0, 360), cell(I / 3.0, 360), cell(I / 3.0, 360)}, kU70},
+    {On(108), {cell(I / 3.0, 360), cell(I / 3.0, 360), cell(I / 3.0, 360)},
      {cell(Nominal, K(0) + Phi + 120), cell(U, K(240) + Phi + 120), cell(Nominal, K(120) + Phi + 120)}},
-    {Codes(118), {cell(I, K(0) - Phi), cell(I, K(240) - Phi), cell(0, 120)}, {cell(U, 0), cell(U, 240), cell(Uh, 120)}},
-    {Codes(119), {cell(0, 0), cell(I, K(240) - Phi), cell(I, K(120) - Phi)}, {cell(Uh, 0), cell(U, 240), cell(U, 120)}},
-    {Codes(120), {cell(I, K(0) - Phi), cell(0, 240), cell(I, K(120) - Phi)}, {cell(U, 0), cell(Uh, 240), cell(U, 120)}},
+    {On(118), {cell(I, K(0) - Phi), cell(I, K(240) - Phi), cell(0, 120)}, {cell(U, 0), cell(U, 240), cell(Uh, 120)}},
+    {On(119), {cell(0, 0), cell(I, K(240) - Phi), cell(I, K(120) - Phi)}, {cell(Uh, 0), cell(U, 240), cell(U, 120)}},
+    {On(120), {cell(I, K(0) - Phi), cell(0, 240), cell(I, K(120) - Phi)}, {cell(U, 0), cell(Uh, 240), cell(U, 120)}},
 };
 
 // Phase-to-phase faults: the faulted phases at Uf, 270 +- delta + phi, the healthy one at
@@ -90,36 +81,36 @@ constexpr Entry kSinglePhase[] = {
 // every angle raw; 96 to 98 raise the healthy phase to 1.3 Uh. Rows 111 to 113 have
 // their own Uf and delta.
 constexpr Entry kPhaseToPhase[] = {
-    {Codes(6), kIab, {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(Uh, K(90) + Phi)}},
-    {Codes(7), kIbc, {cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
-    {Codes(8), kIca, {cell(Uf, K(270) - Delta + Phi), cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
-    {Codes(60), kIab, {cell(Uf, K(270) - Delta + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uh, K(90) + Phi)}},
-    {Codes(18), kIab, {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(K(0), K(90) + Phi)}},
-    {Codes(19), kIbc, {cell(K(0), K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
-    {Codes(20), kIca, {cell(K(0), K(270) - Delta + Phi), cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
-    {Codes(24), kIab, {cell(U / 2.0, K(330) + Phi), cell(U / 2.0, K(330) + Phi), cell(U, K(150) + Phi)}},
-    {Codes(25), kIbc, {cell(U, K(150) + Phi), cell(U / 2.0, K(330) + Phi), cell(U / 2.0, K(330) + Phi)}},
-    {Codes(26), kIca, {cell(U / 2.0, K(330) + Phi), cell(U, K(150) + Phi), cell(U / 2.0, K(330) + Phi)}},
-    {Codes(27), kIab, {cell(U / kSqrt3, K(330) + Phi), cell(U / kSqrt3, K(210) + Phi), cell(Uh, K(90) + Phi)}},
-    {Codes(28), kIbc, {cell(Uh, K(90) + Phi), cell(U / kSqrt3, K(330) + Phi), cell(U / kSqrt3, K(210) + Phi)}},
-    {Codes(29), kIca, {cell(U / kSqrt3, K(210) + Phi), cell(Uh, K(90) + Phi), cell(U / kSqrt3, K(330) + Phi)}},
-    {Codes(111), kIab,
+    {On(6), kIab, {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(Uh, K(90) + Phi)}},
+    {On(7), kIbc, {cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
+    {On(8), kIca, {cell(Uf, K(270) - Delta + Phi), cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
+    {On(60), kIab, {cell(Uf, K(270) - Delta + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uh, K(90) + Phi)}},
+    {On(18), kIab, {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(K(0), K(90) + Phi)}},
+    {On(19), kIbc, {cell(K(0), K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
+    {On(20), kIca, {cell(K(0), K(270) - Delta + Phi), cell(Uh, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
+    {On(24), kIab, {cell(U / 2.0, K(330) + Phi), cell(U / 2.0, K(330) + Phi), cell(U, K(150) + Phi)}},
+    {On(25), kIbc, {cell(U, K(150) + Phi), cell(U / 2.0, K(330) + Phi), cell(U / 2.0, K(330) + Phi)}},
+    {On(26), kIca, {cell(U / 2.0, K(330) + Phi), cell(U, K(150) + Phi), cell(U / 2.0, K(330) + Phi)}},
+    {On(27), kIab, {cell(U / kSqrt3, K(330) + Phi), cell(U / kSqrt3, K(210) + Phi), cell(Uh, K(90) + Phi)}},
+    {On(28), kIbc, {cell(Uh, K(90) + Phi), cell(U / kSqrt3, K(330) + Phi), cell(U / kSqrt3, K(210) + Phi)}},
+    {On(29), kIca, {cell(U / kSqrt3, K(210) + Phi), cell(Uh, K(90) + Phi), cell(U / kSqrt3, K(330) + Phi)}},
+    {On(111), kIab,
      {cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi), cell(Uhealthy, K(90) + Phi)}},
-    {Codes(112), kIbc,
+    {On(112), kIbc,
      {cell(Uhealthy, K(90) + Phi), cell(Uf, K(270) + Delta + Phi), cell(Uf, K(270) - Delta + Phi)}},
-    {Codes(113), kIca,
+    {On(113), kIca,
      {cell(Uf, K(270) - Delta + Phi), cell(Uhealthy, K(90) + Phi), cell(Uf, K(270) + Delta + Phi)}},
-    {Codes(124), {raw(I, 0), raw(I, 180), raw(0, 0)},
+    {On(124), {raw(I, 0), raw(I, 180), raw(0, 0)},
      {raw(U, K(0) + Phi), raw(U, K(180) + Phi), raw(Uh, K(90) + Phi)}},
-    {Codes(125), {raw(0, 0), raw(I, 0), raw(I, 180)},
+    {On(125), {raw(0, 0), raw(I, 0), raw(I, 180)},
      {raw(Uh, K(90) + Phi), raw(U, K(0) + Phi), raw(U, K(180) + Phi)}},
-    {Codes(126), {raw(I, 180), raw(0, 0), raw(I, 0)},
+    {On(126), {raw(I, 180), raw(0, 0), raw(I, 0)},
      {raw(U, K(180) + Phi), raw(Uh, K(90) + Phi), raw(U, K(0) + Phi)}},
-    {Codes(96), kIplus,
+    {On(96), kIplus,
      {cell(Uf, K(270) + Delta + Phi + 120), cell(Uf, K(270) - Delta + Phi + 120), cell(K(1.3) * Uh, K(90) + Phi + 120)}},
-    {Codes(97), kIplus,
+    {On(97), kIplus,
      {cell(K(1.3) * Uh, K(90) + Phi + 120), cell(Uf, K(270) + Delta + Phi + 120), cell(Uf, K(270) - Delta + Phi + 120)}},
-    {Codes(98), kIplus,
+    {On(98), kIplus,
      {cell(Uf, K(270) - Delta + Phi + 120), cell(K(1.3) * Uh, K(90) + Phi + 120), cell(Uf, K(270) + Delta + Phi + 120)}},
 };
 
@@ -130,38 +121,38 @@ constexpr Triple kUab = {cell(U, K(0) + Phi), cell(U, K(180) + Phi), cell(0, 0)}
 // rows 11, 12 and 100 store phase A's current angle raw, and 100, whose current limit is
 // six times the device's, shares I among the phases by six.
 constexpr Entry kThreePhase[] = {
-    {Codes(9, 15, 34, 63, 64, 65), kIplus, kUplus},
-    {Codes(92, 122), kIplus,
+    {On(9, 15, 34, 63, 64, 65), kIplus, kUplus},
+    {On(92, 122), kIplus,
      {cell(U / kSqrt3, K(0) + Phi), cell(U / kSqrt3, K(240) + Phi), cell(U / kSqrt3, K(120) + Phi)}},
-    {Codes(16, 35), kIminus, kUminus},
-    {Codes(61), kIminus, kUplus},
-    {Codes(69), kIplus, kUminus},
-    {Codes(72), {cell(0, 0), cell(I, 240), cell(I, 120)}, kUplus},
-    {Codes(73), {cell(I, 0), cell(0, 240), cell(I, 120)}, kUplus},
-    {Codes(74), {cell(I, 0), cell(I, 240), cell(0, 120)}, kUplus},
-    {Codes(49), {cell(I, 180), cell(0, 0), cell(I, 0)}, kUplus},
-    {Codes(17), {raw(1.0, 0), cell(I, 240), cell(I, 120)}, kUplus},
-    {Codes(88), {cell(I, 0), cell(I / 2.0, 180), cell(I / 2.0, 180)}, kUplus},
-    {Codes(89), {cell(I / 2.0, 180), cell(I, 0), cell(I / 2.0, 180)}, kUplus},
-    {Codes(90), {cell(I / 2.0, 180), cell(I / 2.0, 180), cell(I, 0)}, kUplus},
-    {Codes(14), {cell(I, 0), cell(I, 0), cell(I, 0)}, kU0},
-    {Codes(62, 91), kI30, kU0},
-    {Codes(11, 12), {raw(I / 3.0, 0), cell(I / 3.0, 0), cell(I / 3.0, 0)}, {cell(U, Phi), cell(U, Phi), cell(U, Phi)}},
-    {Codes(100), {raw(I / 6.0, 0), cell(I / 6.0, 0), cell(I / 6.0, 0)}, {cell(U, Phi), cell(U, Phi), cell(U, Phi)}},
-    {Codes(81), kI30, kUminus},
-    {Codes(83), kI30, kUplus},
-    {Codes(66), kI30, {cell(U, K(0) + Phi), cell(0, 0), cell(0, 0)}},
-    {Codes(67), kI30, {cell(0, 0), cell(U, K(0) + Phi), cell(0, 0)}},
-    {Codes(68), kI30, kUcOnly},
-    {Codes(121), kI30, kNone},
-    {Codes(85), kI30, kZeroRaw},  // then kAuxRaisedA, if Aux is given
-    {Codes(86), kI30, {cell(Aux, 0), cell(Aux + U, K(0) + Phi), cell(Aux, 0)}},
-    {Codes(87), kI30, {cell(Aux, 0), cell(Aux, 0), cell(Aux + U, K(0) + Phi)}},
-    {Codes(75), kIaOnly, kUcOnly},
-    {Codes(77), kIplus, kUcOnly},
-    {Codes(78), kIaOnly, kUab},
-    {Codes(79), {cell(0, 0), cell(0, 0), cell(I, 0)}, kUab},
-    {Codes(80), kIplus, kUab},
+    {On(16, 35), kIminus, kUminus},
+    {On(61), kIminus, kUplus},
+    {On(69), kIplus, kUminus},
+    {On(72), {cell(0, 0), cell(I, 240), cell(I, 120)}, kUplus},
+    {On(73), {cell(I, 0), cell(0, 240), cell(I, 120)}, kUplus},
+    {On(74), {cell(I, 0), cell(I, 240), cell(0, 120)}, kUplus},
+    {On(49), {cell(I, 180), cell(0, 0), cell(I, 0)}, kUplus},
+    {On(17), {raw(1.0, 0), cell(I, 240), cell(I, 120)}, kUplus},
+    {On(88), {cell(I, 0), cell(I / 2.0, 180), cell(I / 2.0, 180)}, kUplus},
+    {On(89), {cell(I / 2.0, 180), cell(I, 0), cell(I / 2.0, 180)}, kUplus},
+    {On(90), {cell(I / 2.0, 180), cell(I / 2.0, 180), cell(I, 0)}, kUplus},
+    {On(14), {cell(I, 0), cell(I, 0), cell(I, 0)}, kU0},
+    {On(62, 91), kI30, kU0},
+    {On(11, 12), {raw(I / 3.0, 0), cell(I / 3.0, 0), cell(I / 3.0, 0)}, {cell(U, Phi), cell(U, Phi), cell(U, Phi)}},
+    {On(100), {raw(I / 6.0, 0), cell(I / 6.0, 0), cell(I / 6.0, 0)}, {cell(U, Phi), cell(U, Phi), cell(U, Phi)}},
+    {On(81), kI30, kUminus},
+    {On(83), kI30, kUplus},
+    {On(66), kI30, {cell(U, K(0) + Phi), cell(0, 0), cell(0, 0)}},
+    {On(67), kI30, {cell(0, 0), cell(U, K(0) + Phi), cell(0, 0)}},
+    {On(68), kI30, kUcOnly},
+    {On(121), kI30, kNone},
+    {On(85), kI30, kZeroRaw},  // then kAuxRaisedA, if Aux is given
+    {On(86), kI30, {cell(Aux, 0), cell(Aux + U, K(0) + Phi), cell(Aux, 0)}},
+    {On(87), kI30, {cell(Aux, 0), cell(Aux, 0), cell(Aux + U, K(0) + Phi)}},
+    {On(75), kIaOnly, kUcOnly},
+    {On(77), kIplus, kUcOnly},
+    {On(78), kIaOnly, kUab},
+    {On(79), {cell(0, 0), cell(0, 0), cell(I, 0)}, kUab},
+    {On(80), kIplus, kUab},
 };
 
 // Only row 85 tests Aux, and only it clears the voltages first; 86 and 87 write Aux as
@@ -174,44 +165,44 @@ constexpr Triple kSupply = {raw(Up / 2.0, 0), raw(Up / 2.0, 180), raw(U, 0)};
 // Row 51's A at 0 and B at 180 is the reverse of the voltage-only synthesis. Row 127
 // writes its own currents and then those of 128: callers see 128's result.
 constexpr Entry kSingleOutput[] = {
-    {Codes(42), kZeroRaw, {raw(U, 0), raw(0, 0), raw(0, 0)}},
-    {Codes(43), kZeroRaw, {raw(0, 0), raw(U, 0), raw(0, 0)}},
-    {Codes(44), kZeroRaw, {raw(0, 0), raw(0, 0), raw(U, 0)}},
-    {Codes(45), {raw(I, 0), raw(0, 0), raw(0, 0)}, kZeroRaw},
-    {Codes(46), {raw(0, 0), raw(I, 0), raw(0, 0)}, kZeroRaw},
-    {Codes(47), {raw(0, 0), raw(0, 0), raw(I, 0)}, kZeroRaw},
-    {Codes(48), {raw(I, 0), raw(0, 0), raw(0, 0)}, {raw(0, 0), raw(0, 0), raw(U, K(0) + Phi)}},
-    {Codes(33), kNone, {cell(U, Phi), raw(0, 0), raw(0, 0)}},
-    {Codes(50), kNone, {cell(U / 2.0, Phi + 0.0), cell(U / 2.0, Phi + 180.0), kNotWritten}},
-    {Codes(51), kNone, {raw(U / 2.0, 0), raw(U / 2.0, 180), kNotWritten}},
-    {Codes(115), {cell(I, K(360) - Phi), raw(0, 0), raw(0, 0)}, kSupply},
-    {Codes(116), {raw(0, 0), cell(I, K(360) - Phi), raw(0, 0)}, kSupply},
-    {Codes(117), {raw(0, 0), raw(0, 0), cell(I, K(360) - Phi)}, kSupply},
-    {Codes(127), {raw(I, 0), raw(Ik, 0), raw(0, 0)}, kNone},  // then row 128
-    {Codes(128), {raw(I, 0), raw(0, 0), raw(Ik, 0)}, kZeroRaw},
-    {Codes(129), {raw(Ik, 0), raw(I, 0), raw(0, 0)}, kZeroRaw},
-    {Codes(130), {raw(0, 0), raw(I, 0), raw(Ik, 0)}, kZeroRaw},
-    {Codes(131), {raw(Ik, 0), raw(0, 0), raw(I, 0)}, kZeroRaw},
-    {Codes(132), {raw(0, 0), raw(Ik, 0), raw(I, 0)}, kZeroRaw},
+    {On(42), kZeroRaw, {raw(U, 0), raw(0, 0), raw(0, 0)}},
+    {On(43), kZeroRaw, {raw(0, 0), raw(U, 0), raw(0, 0)}},
+    {On(44), kZeroRaw, {raw(0, 0), raw(0, 0), raw(U, 0)}},
+    {On(45), {raw(I, 0), raw(0, 0), raw(0, 0)}, kZeroRaw},
+    {On(46), {raw(0, 0), raw(I, 0), raw(0, 0)}, kZeroRaw},
+    {On(47), {raw(0, 0), raw(0, 0), raw(I, 0)}, kZeroRaw},
+    {On(48), {raw(I, 0), raw(0, 0), raw(0, 0)}, {raw(0, 0), raw(0, 0), raw(U, K(0) + Phi)}},
+    {On(33), kNone, {cell(U, Phi), raw(0, 0), raw(0, 0)}},
+    {On(50), kNone, {cell(U / 2.0, Phi + 0.0), cell(U / 2.0, Phi + 180.0), kNotWritten}},
+    {On(51), kNone, {raw(U / 2.0, 0), raw(U / 2.0, 180), kNotWritten}},
+    {On(115), {cell(I, K(360) - Phi), raw(0, 0), raw(0, 0)}, kSupply},
+    {On(116), {raw(0, 0), cell(I, K(360) - Phi), raw(0, 0)}, kSupply},
+    {On(117), {raw(0, 0), raw(0, 0), cell(I, K(360) - Phi)}, kSupply},
+    {On(127), {raw(I, 0), raw(Ik, 0), raw(0, 0)}, kNone},  // then row 128
+    {On(128), {raw(I, 0), raw(0, 0), raw(Ik, 0)}, kZeroRaw},
+    {On(129), {raw(Ik, 0), raw(I, 0), raw(0, 0)}, kZeroRaw},
+    {On(130), {raw(0, 0), raw(I, 0), raw(Ik, 0)}, kZeroRaw},
+    {On(131), {raw(Ik, 0), raw(0, 0), raw(I, 0)}, kZeroRaw},
+    {On(132), {raw(0, 0), raw(Ik, 0), raw(I, 0)}, kZeroRaw},
 };
 
 // Earth fault with isolated neutral, codes 93 to 95: the star of source voltages Uh with
 // its neutral displaced so that the faulted phase keeps U. The phase after the faulted
 // one in A, B, C order lies at 180 + theta.
 constexpr Entry kIsolatedNeutral[] = {
-    {Codes(93), kIa, {cell(U, K(0) + Phi), cell(Ub, K(180) + Theta + Phi), cell(Ub, K(180) - Theta + Phi)}},
-    {Codes(94), kIb, {cell(Ub, K(180) - Theta + Phi), cell(U, K(0) + Phi), cell(Ub, K(180) + Theta + Phi)}},
-    {Codes(95), kIc, {cell(Ub, K(180) + Theta + Phi), cell(Ub, K(180) - Theta + Phi), cell(U, K(0) + Phi)}},
+    {On(93), kIa, {cell(U, K(0) + Phi), cell(Ub, K(180) + Theta + Phi), cell(Ub, K(180) - Theta + Phi)}},
+    {On(94), kIb, {cell(Ub, K(180) - Theta + Phi), cell(U, K(0) + Phi), cell(Ub, K(180) + Theta + Phi)}},
+    {On(95), kIc, {cell(Ub, K(180) + Theta + Phi), cell(Ub, K(180) - Theta + Phi), cell(U, K(0) + Phi)}},
 };
 
 // Negative-sequence voltage U from a phase-to-phase fault whose healthy phase stays at
 // cst58V itself, not at Uh; codes 36 to 38, currents not written.
 constexpr Entry kNegativeSequence[] = {
-    {Codes(36), kNone,
+    {On(36), kNone,
      {cell(Ux, K(240) + Phi + 180 + Psi), cell(Ux, K(240) + Phi + 180 - Psi), cell(Nominal, K(240) + Phi)}},
-    {Codes(37), kNone,
+    {On(37), kNone,
      {cell(Nominal, K(0) + Phi), cell(Ux, K(0) + Phi + 180 + Psi), cell(Ux, K(0) + Phi + 180 - Psi)}},
-    {Codes(38), kNone,
+    {On(38), kNone,
      {cell(Ux, K(120) + Phi + 180 - Psi), cell(Nominal, K(120) + Phi), cell(Ux, K(120) + Phi + 180 + Psi)}},
 };
 
@@ -247,24 +238,15 @@ void WriteRow(const Entry& row, const Work& w, const Outputs& out) {
     WriteVoltages(row.voltages, w, out);
 }
 
-void IsolatedNeutral(unsigned code, Work& w, const Outputs& out) {
-    if (w[Var::U] > cst58V) w[Var::Uh] = w[Var::U];
-    const double uh = w[Var::Uh];
-    const double a = uh / 2 + uh - w[Var::U];
-    const double b = uh * kSqrt3 / 2;
-    w[Var::Theta] = std::atan(b / a) * kRadToDeg;
-    w[Var::Ub] = std::sqrt(a * a + b * b);
+void IsolatedNeutralFault(unsigned code, Work& w, const Outputs& out) {
+    IsolatedNeutral(w);
     WriteRow(kIsolatedNeutral[code - 93], w, out);
 }
 
-// L is the line voltage between the two faulted phases that gives the negative-sequence
-// voltage U; beyond about 28.87 V there is none and nothing is written.
+// Beyond about 28.87 V no phase-to-phase fault gives the negative-sequence voltage U:
+// 1, and nothing is written.
 int NegativeSequence(unsigned code, Work& w, const Outputs& out, int r) {
-    const double u = w[Var::U];
-    const double L = cstUmax100 - (u + u) * kSqrt3;
-    if (L > cstUmax100 + 0.001 || L < 0) return 1;
-    w[Var::Psi] = std::atan((L / 2) / (cst58V / 2)) * kRadToDeg;
-    w[Var::Ux] = std::sqrt((L / 2) * L / 2 + (cst58V / 2) * cst58V / 2);
+    if (!NegativeSequenceAcrossLine(w)) return 1;
     WriteRow(kNegativeSequence[code - 36], w, out);
     return r;
 }
@@ -306,7 +288,7 @@ int Synthesize(unsigned code, Work& w, double auxAngle, const Outputs& out, int 
         case 84: FaultI2I1(w, out); return r;
         case 93:
         case 94:
-        case 95: IsolatedNeutral(code, w, out); return r;
+        case 95: IsolatedNeutralFault(code, w, out); return r;
         case 101: FaultI2I1U1(w, out); return r;
         case 102: FaultU2U1(w, out); return r;
         case 103: FaultUniversal(w, out); return r;
@@ -338,9 +320,7 @@ bool IsUnlimited(int code) {
 int SetUIFaza(int code, double U, double I, double phi, double& UA, double& fiUA, double& UB, double& fiUB,
               double& UC, double& fiUC, double& IA, double& fiIA, double& IB, double& fiIB, double& IC,
               double& fiIC, double Unom, double Aux, double AuxAngle, double Uhealthy) {
-    glob_TT_nCombo_TypeKz = code;
-    glob_TT_dAngleKz = phi;
-    glob_bFault_A1_Enable = 0;
+    fault::RecordRequest(code, phi);
 
     // Code 82 reads the sign of U.
     if (U < 0 && code != 82) U = 0;
@@ -393,11 +373,7 @@ int SetUIFaza(int code, double U, double I, double phi, double& UA, double& fiUA
         }
     }
 
-    if (code == 123 && glob_dwKavorType == 35 &&
-        (glob_dwProgramIconNumber == 101 || glob_dwProgramIconNumber == 102 || glob_dwProgramIconNumber == 103 ||
-         glob_dwProgramIconNumber == 105)) {
-        glob_bFault_A1_Enable = 1;
-    }
+    if (code == 123 && fault::A1Enabled()) glob_bFault_A1_Enable = 1;
 
     // Negative codes fall out here as large unsigned ones.
     const auto c = static_cast<unsigned>(code);

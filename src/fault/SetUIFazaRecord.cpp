@@ -10,21 +10,11 @@
 #include "Kv_Data/State.h"
 #include "Kv_Data/ThreePhase.h"
 #include "fault/Expr.h"
+#include "fault/Synthesis.h"
 #include "phasor/AngleConstants.h"
 
 namespace kv::fault {
 namespace {
-
-// The codes one row covers.
-struct Codes {
-    std::array<int, 6> list{};
-    std::size_t count = 0;
-};
-
-template <typename... Code>
-constexpr Codes On(Code... code) {
-    return Codes{{code...}, sizeof...(code)};
-}
 
 // honoured: currents only when writeI is set, then nothing more when writeU is 0. The
 // rows that write one half only are honoured rows with the other half not written.
@@ -45,39 +35,7 @@ struct RecordRow {
     Prepare prepare = nullptr;
 };
 
-template <std::size_t N>
-const RecordRow* FindRow(const RecordRow (&rows)[N], int code) {
-    for (const RecordRow& row : rows)
-        for (std::size_t k = 0; k < row.codes.count; ++k)
-            if (row.codes.list[k] == code) return &row;
-    return nullptr;
-}
-
-void Put(const Cell& c, const Work& w, double& magnitude, double& angle) {
-    if (!c.written) return;
-    magnitude = Evaluate(c.magnitude, w);
-    const double a = Evaluate(c.angle, w);
-    angle = c.raw ? a : AbsAngleGr(a);
-}
-
-// Code 123 (FaultA1N) is offered only on device type 35 in four of the test programs;
-// stricter than the catalogue's lookup, which asks for the device type alone.
-bool A1Enabled() {
-    const DWORD icon = glob_dwProgramIconNumber;
-    return glob_dwKavorType == 35 && (icon == 101 || icon == 102 || icon == 103 || icon == 105);
-}
-
 bool VoltageUnlimited(int code) { return code == 50 || code == 51 || code == 115 || code == 116 || code == 117; }
-
-// 36-38: U is the negative-sequence voltage of a phase-to-phase fault whose healthy phase
-// stays at the nominal cst58V (not Uh); false when no such fault gives U.
-bool NegativeSequenceAcrossLine(Work& w) {
-    const double L = cstUmax100 - (w[Var::U] + w[Var::U]) * kSqrt3;
-    if (L > cstUmax100 + 0.001 || L < 0) return false;
-    w[Var::Psi] = std::atan((L / 2) / (cst58V / 2)) * kRadToDeg;
-    w[Var::Ux] = std::sqrt(L / 2 * L / 2 + cst58V / 2 * cst58V / 2);
-    return true;
-}
 
 // 39-41: the same test for a negative-sequence voltage from one phase to earth. L only
 // decides; the selected phase then carries Uf of the frame, not L, and test programs
@@ -85,18 +43,6 @@ bool NegativeSequenceAcrossLine(Work& w) {
 bool NegativeSequenceToEarth(Work& w) {
     const double L = cst58V - 3 * w[Var::U];
     return !(L > cst58V + 0.001 || L < 0);
-}
-
-// 93-95: the star of source voltages Uh with its neutral displaced so that the faulted
-// phase keeps U. a > 0 always: a = 0 would need U = 1.5·Uh.
-bool IsolatedNeutral(Work& w) {
-    if (w[Var::U] > cst58V) w[Var::Uh] = w[Var::U];
-    const double uh = w[Var::Uh];
-    const double a = uh / 2 + uh - w[Var::U];
-    const double b = uh * kSqrt3 / 2;
-    w[Var::Theta] = std::atan(b / a) * kRadToDeg;
-    w[Var::Ub] = std::sqrt(a * a + b * b);
-    return true;
 }
 
 constexpr Triple kNotWrittenABC = {kNotWritten, kNotWritten, kNotWritten};
@@ -231,7 +177,7 @@ constexpr RecordRow kRecordRows[] = {
 };
 
 void PutTriple(const Triple& cells, const Work& w, double (&magnitude)[3], double (&angle)[3]) {
-    for (std::size_t k = 0; k < 3; ++k) Put(cells[k], w, magnitude[k], angle[k]);
+    for (std::size_t k = 0; k < 3; ++k) WriteCell(cells[k], w, magnitude[k], angle[k]);
 }
 
 }  // namespace
@@ -241,9 +187,7 @@ namespace kv {
 
 int SetUIFaza(int code, int writeU, int writeI, double U, double I, double phi, CValueIU& v) {
     using fault::Var;
-    glob_TT_nCombo_TypeKz = code;
-    glob_TT_dAngleKz = phi;
-    glob_bFault_A1_Enable = 0;
+    fault::RecordRequest(code, phi);
 
     if (U < 0) U = 0;
     if (I < 0) I = 0;
