@@ -8,10 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <numbers>
@@ -35,25 +37,36 @@ inline constexpr double kSentinel = -12345.678;
 class FaultSynthesis : public ::testing::Test {
 protected:
     void SetUp() override {
+        for (double* p : doubles_) savedD_.push_back(*p);
+        for (int* p : ints_) savedI_.push_back(*p);
+        savedW_ = {kv::glob_dwKavorType, kv::glob_dwProgramIconNumber};
         kv::cst58V = 100 / kR3, kv::cstUmax100 = 100, kv::cst173V = 207.9, kv::globUmax = 120, kv::globImax = 20;
         kv::glob_dUpitForProgramStandart = 220, kv::glob_bEnableAbsAngle = 1;
         kv::glob_dwKavorType = 35, kv::glob_dwProgramIconNumber = 103;  // code 123 sets its flag
     }
     void TearDown() override {
-        const Saved& s = saved_;
-        kv::cst58V = s.c58, kv::cstUmax100 = s.c100, kv::cst173V = s.c173, kv::globUmax = s.umax;
-        kv::globImax = s.imax, kv::glob_dUpitForProgramStandart = s.up, kv::glob_bEnableAbsAngle = s.fold;
-        kv::glob_dwKavorType = s.type, kv::glob_dwProgramIconNumber = s.icon;
-        kv::glob_TT_nCombo_TypeKz = s.code, kv::glob_TT_dAngleKz = s.angle, kv::glob_bFault_A1_Enable = s.a1;
+        for (std::size_t k = 0; k < doubles_.size(); ++k) *doubles_[k] = savedD_[k];
+        for (std::size_t k = 0; k < ints_.size(); ++k) *ints_[k] = savedI_[k];
+        kv::glob_dwKavorType = savedW_[0], kv::glob_dwProgramIconNumber = savedW_[1];
     }
+    // The stored values the sequence patterns read, first the ones a test may zero.
+    const std::vector<double*> doubles_ = {&kv::glob_dU0, &kv::glob_dU0f, &kv::glob_dU1, &kv::glob_dU1f,
+        &kv::glob_dU2, &kv::glob_dU2f, &kv::glob_dI0, &kv::glob_dI0f, &kv::glob_dI1, &kv::glob_dI1f, &kv::glob_dI2,
+        &kv::glob_dI2f, &kv::glob_dUA, &kv::glob_dUAf, &kv::glob_dUB, &kv::glob_dUBf, &kv::glob_dUC, &kv::glob_dUCf,
+        &kv::glob_dIA, &kv::glob_dIAf, &kv::glob_dIB, &kv::glob_dIBf, &kv::glob_dIC, &kv::glob_dICf,
+        &kv::glob_dUA_NoLoad, &kv::glob_dUAf_NoLoad, &kv::glob_dUB_NoLoad, &kv::glob_dUBf_NoLoad,
+        &kv::glob_dUC_NoLoad, &kv::glob_dUCf_NoLoad, &kv::glob_dIA_NoLoad, &kv::glob_dIAf_NoLoad,
+        &kv::glob_dIB_NoLoad, &kv::glob_dIBf_NoLoad, &kv::glob_dIC_NoLoad, &kv::glob_dICf_NoLoad, &kv::glob_dUk,
+        &kv::glob_TT_dAngleKz, &kv::cst58V, &kv::cstUmax100, &kv::cst173V, &kv::globUmax, &kv::globImax,
+        &kv::glob_dUpitForProgramStandart};
+    const std::vector<int*> ints_ = {&kv::glob_b_ModeNoLoad, &kv::glob_n_U0_or_U1_or_U2,
+        &kv::glob_n_I0_or_I1_or_I2, &kv::glob_bChangeUniversal_U_or_I, &kv::glob_bEnableAbsAngle,
+        &kv::glob_TT_nCombo_TypeKz, &kv::glob_bFault_A1_Enable};
 
 private:
-    struct Saved {
-        double c58 = kv::cst58V, c100 = kv::cstUmax100, c173 = kv::cst173V, umax = kv::globUmax, imax = kv::globImax;
-        double up = kv::glob_dUpitForProgramStandart, angle = kv::glob_TT_dAngleKz;
-        int fold = kv::glob_bEnableAbsAngle, code = kv::glob_TT_nCombo_TypeKz, a1 = kv::glob_bFault_A1_Enable;
-        kv::DWORD type = kv::glob_dwKavorType, icon = kv::glob_dwProgramIconNumber;
-    } saved_;
+    std::vector<double> savedD_;
+    std::vector<int> savedI_;
+    std::vector<kv::DWORD> savedW_;
 };
 
 struct Working {
@@ -91,7 +104,6 @@ struct Want {
 // "A | B | C"; an empty text is three phases not written.
 inline std::vector<Want> Cells(const std::string& row, const Working& w) {
     std::vector<Want> out(3);
-    if (row.empty()) return out;
     const std::map<std::string, double> named = {
         {"U", w.U}, {"Uh", w.Uh}, {"Uf", w.Uf}, {"U/r3", w.U / kR3}, {"U/2", w.U / 2}, {"Ux", w.Ux},
         {"N", kv::cst58V}, {"Ub", w.Ub}, {"I", w.I}, {"I/3", w.I / 3}, {"1.3Uh", 1.3 * w.Uh},
@@ -117,10 +129,17 @@ inline std::vector<Want> Cells(const std::string& row, const Working& w) {
 
 // Folded angles lie in [-0.0001, 359.999] and agree modulo 360 (just below 360 folds to 0).
 inline bool SameAngle(double got, double want, bool folded, double tol) {
+    if (std::isnan(want)) return std::isnan(got);
     if (!folded) return std::fabs(got - want) <= tol;
     if (got < -0.0001 || got > 359.999) return false;
     const double turn = std::fmod(std::fabs(got - want), 360.0);
     return std::min(turn, 360 - turn) <= tol || (got == 0 && std::fmod(std::fmod(want, 360.0) + 360, 360.0) > 359.999);
+}
+
+// The flag of code 123: device type 35 and programs 101, 102, 103 or 105 only.
+inline int A1(int code) {
+    const kv::DWORD p = kv::glob_dwProgramIconNumber;
+    return code == 123 && kv::glob_dwKavorType == 35 && (p == 101 || p == 102 || p == 103 || p == 105) ? 1 : 0;
 }
 
 // Counts mismatches and reports the first few with the call, so one wrong row does not
@@ -131,9 +150,11 @@ struct Checker {
     void operator()(bool ok, const char* what, double got = 0) {
         if (!ok && ++failures <= 12) ADD_FAILURE() << where() << ": " << what << " " << got;
     }
+    // The code and the angle to the bit (a -0 stays -0), and the A1 flag.
     void Recorded(int code, double phi) {
-        (*this)(kv::glob_TT_nCombo_TypeKz == code && kv::glob_TT_dAngleKz == phi, "recorded code and angle");
-        (*this)(kv::glob_bFault_A1_Enable == (code == 123 ? 1 : 0), "A1 flag", kv::glob_bFault_A1_Enable);
+        (*this)(kv::glob_TT_nCombo_TypeKz == code && std::memcmp(&kv::glob_TT_dAngleKz, &phi, sizeof phi) == 0,
+                "recorded code and angle");
+        (*this)(kv::glob_bFault_A1_Enable == A1(code), "A1 flag", kv::glob_bFault_A1_Enable);
     }
     // Three phases, magnitude m[k·stride] and angle a[k·stride]; unwritten ones keep the sentinel.
     void Phases(const std::vector<Want>& want, const double* m, const double* a, std::size_t stride,
@@ -173,6 +194,45 @@ inline std::string Call(const char* fn, int code, double magnitude, double phi) 
     s << fn << "(" << code << ", " << magnitude << ", " << phi << ") fold " << kv::glob_bEnableAbsAngle
       << " Umax " << kv::globUmax;
     return s.str();
+}
+
+// The twelve outputs in argument order: UA fiUA UB fiUB UC fiUC IA fiIA IB fiIB IC fiIC.
+using Out = std::array<double, 12>;
+
+// The twelve-output SetUIFaza on sentinels; checks the recorded globals.
+inline int Call12(Out& o, int code, double U, double I, double phi, double Unom, double Aux, double AuxAngle,
+                  double Uhealthy) {
+    o.fill(kSentinel);
+    PrimeRecorded();
+    const int r = kv::SetUIFaza(code, U, I, phi, o[0], o[1], o[2], o[3], o[4], o[5], o[6], o[7], o[8], o[9], o[10],
+                                o[11], Unom, Aux, AuxAngle, Uhealthy);
+    Checker check{0, [=] { return Call("SetUIFaza", code, U, phi); }};
+    check.Recorded(code, phi);
+    return r;
+}
+
+// What the voltages mean: the loop voltage of 6-8 is U ∠ φ against ref (the loop current's
+// direction, or 1); 36-38 carry the negative-sequence voltage U; 93-95 are a balanced star
+// plus a shift (no negative sequence) with the faulted phase at U ∠ φ. phases(code, u, phi,
+// V) writes the three voltages and ref as V[3], and returns the result.
+inline void ExpectPhysicalMeaning(const std::function<int(int, double, double, Cx*)>& phases) {
+    const Cx a = At(1, 120);
+    Cx v[4];
+    const auto negative = [&] { return std::abs(v[0] + a * a * v[1] + a * v[2]) / 3.0; };
+    for (double phi : {0.0, 30.0, 200.0})
+        for (double u : {0.0, 5.0, 28.0, 57.0, 99.0, 150.0}) {
+            for (int code : {6, 7, 8}) {
+                phases(code, u, phi, v);
+                EXPECT_LT(std::abs((v[code - 6] - v[(code - 5) % 3]) / v[3] - At(u, phi)), 1e-9) << code << " " << u;
+            }
+            for (int code : {36, 37, 38})
+                if (phases(code, u, phi, v) == 0) { EXPECT_NEAR(negative(), u, 1e-9) << code; }
+            for (int code : {93, 94, 95}) {
+                phases(code, u, phi, v);
+                EXPECT_LT(negative(), 1e-9) << code << " " << u;
+                EXPECT_LT(std::abs(v[code - 93] - At(u, phi)), 1e-9) << code << " " << u;
+            }
+        }
 }
 
 }  // namespace faultmodel

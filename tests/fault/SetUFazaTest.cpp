@@ -1,5 +1,5 @@
 // SetUFaza and SetIFaza: every code across the branches of the frame against the model of
-// FaultModel.h, hand-checked cases, and physical checks of what the phasors mean.
+// FaultModel.h, hand-checked cases, and what the phasors mean.
 #include "FaultModel.h"
 
 namespace {
@@ -26,59 +26,35 @@ Working VoltageModel(int code, double u, double phi) {
 
 // Phase A | phase B | phase C, bases summed (φ + 120 - 240 is -120+p).
 const auto kVoltages = ByCode<std::string>({
-    {{0}, "U 0+p | 0 0 | 0 0"},
-    {{1}, "0 0 | U 0+p | 0 0"},
-    {{2}, "0 0 | 0 0 | U 0+p"},
-    {{3, 123}, "U 0+p | Uh 240+p | Uh 120+p"},
-    {{4}, "Uh -240+p | U 0+p | Uh -120+p"},
-    {{5}, "Uh -120+p | Uh 120+p | U 0+p"},
-    {{6}, "Uf 330-d+p | Uf 210+d+p | Uh 90+p"},
-    {{7}, "Uh 90+p | Uf 330-d+p | Uf 210+d+p"},
-    {{8}, "Uf 210+d+p | Uh 450+p | Uf 330-d+p"},
-    {{9, 34, 63, 64, 65}, "U 0+p | U 240+p | U 120+p"},
-    {{92, 122}, "U/r3 0+p | U/r3 240+p | U/r3 120+p"},
-    {{33}, "U 0+p | U 0+p | U 0+p"},
-    {{35}, "U 0+p | U 120+p | U 240+p"},
-    {{36}, "Ux 420+s+p | Ux 420-s+p | N 240+p"},
-    {{37}, "N 0+p | Ux 180+s+p | Ux 180-s+p"},
-    {{38}, "Ux 300-s+p | N 120+p | Ux 300+s+p"},
-    {{50, 99}, "U/2 0+p | U/2 180+p | ."},
-    {{11, 51}, "U/2 180 r | U/2 0 r | ."},
-    {{93}, "U 0+p | Ub 180+t+p | Ub 180-t+p"},
-    {{94}, "Ub 180-t+p | U 0+p | Ub 180+t+p"},
-    {{95}, "Ub 180+t+p | Ub 180-t+p | U 0+p"},
+    {{0}, "U 0+p | 0 0 | 0 0"}, {{1}, "0 0 | U 0+p | 0 0"}, {{2}, "0 0 | 0 0 | U 0+p"},
+    {{3, 123}, "U 0+p | Uh 240+p | Uh 120+p"}, {{4}, "Uh -240+p | U 0+p | Uh -120+p"},
+    {{5}, "Uh -120+p | Uh 120+p | U 0+p"}, {{6}, "Uf 330-d+p | Uf 210+d+p | Uh 90+p"},
+    {{7}, "Uh 90+p | Uf 330-d+p | Uf 210+d+p"}, {{8}, "Uf 210+d+p | Uh 450+p | Uf 330-d+p"},
+    {{9, 34, 63, 64, 65}, "U 0+p | U 240+p | U 120+p"}, {{92, 122}, "U/r3 0+p | U/r3 240+p | U/r3 120+p"},
+    {{33}, "U 0+p | U 0+p | U 0+p"}, {{35}, "U 0+p | U 120+p | U 240+p"},
+    {{36}, "Ux 420+s+p | Ux 420-s+p | N 240+p"}, {{37}, "N 0+p | Ux 180+s+p | Ux 180-s+p"},
+    {{38}, "Ux 300-s+p | N 120+p | Ux 300+s+p"}, {{50, 99}, "U/2 0+p | U/2 180+p | ."},
+    {{11, 51}, "U/2 180 r | U/2 0 r | ."}, {{93}, "U 0+p | Ub 180+t+p | Ub 180-t+p"},
+    {{94}, "Ub 180-t+p | U 0+p | Ub 180+t+p"}, {{95}, "Ub 180+t+p | Ub 180-t+p | U 0+p"},
 });
 
 const auto kCurrents = ByCode<std::string>({
-    {{0}, "I 0+p | 0 0 | 0 0"},
-    {{1}, "0 0 | I 0+p | 0 0"},
-    {{2}, "0 0 | 0 0 | I 0+p"},
-    {{3, 21, 123}, "I 0+p | 0 240+p | 0 120+p"},
-    {{4, 22}, "0 120+p | I 0+p | 0 240+p"},
-    {{5, 23}, "0 240+p | 0 120+p | I 0+p"},
-    {{6}, "I 0+p | I 180+p | 0 0"},
-    {{7}, "0 0 | I 0+p | I 180+p"},
-    {{8}, "I 180+p | 0 0 | I 0+p"},
-    {{9, 15, 63, 64, 65, 92}, "I 0+p | I 240+p | I 120+p"},
-    {{16}, "I 0+p | I 120+p | I 240+p"},
-    {{14}, "I 0+p | I 0+p | I 0+p"},
-    {{62}, "I/3 0+p | I/3 0+p | I/3 0+p"},
-    {{11, 12, 13}, "I/3 0+p r | I/3 0+p | I/3 0+p"},
-    {{72}, "0 0 | I 240 | I 120"},
-    {{73}, "I 0 | 0 240 | I 120"},
-    {{74}, "I 0 | I 240 | 0 120"},
+    {{0}, "I 0+p | 0 0 | 0 0"}, {{1}, "0 0 | I 0+p | 0 0"}, {{2}, "0 0 | 0 0 | I 0+p"},
+    {{3, 21, 123}, "I 0+p | 0 240+p | 0 120+p"}, {{4, 22}, "0 120+p | I 0+p | 0 240+p"},
+    {{5, 23}, "0 240+p | 0 120+p | I 0+p"}, {{6}, "I 0+p | I 180+p | 0 0"}, {{7}, "0 0 | I 0+p | I 180+p"},
+    {{8}, "I 180+p | 0 0 | I 0+p"}, {{9, 15, 63, 64, 65, 92}, "I 0+p | I 240+p | I 120+p"},
+    {{16}, "I 0+p | I 120+p | I 240+p"}, {{14}, "I 0+p | I 0+p | I 0+p"}, {{62}, "I/3 0+p | I/3 0+p | I/3 0+p"},
+    {{11, 12, 13}, "I/3 0+p r | I/3 0+p | I/3 0+p"}, {{72}, "0 0 | I 240 | I 120"},
+    {{73}, "I 0 | 0 240 | I 120"}, {{74}, "I 0 | I 240 | 0 120"},
 });
 
-const double kPhis[] = {0, 30, -45, 200.5, 725};
-
 // Calls fn with six sentinel outputs and checks result, recorded globals and phases.
-template <typename Fn>
-void Expect(Checker& check, const char* name, Fn fn, int code, double mag, double phi, int want, const std::string& cells,
-         const Working& w, double tol = 1e-9) {
+void Expect(Checker& check, bool voltage, int code, double mag, double phi, int want, const std::string& cells,
+            const Working& w, double tol = 1e-9) {
     double v[6] = {kSentinel, kSentinel, kSentinel, kSentinel, kSentinel, kSentinel};
     PrimeRecorded();
-    const int r = fn(code, mag, phi, v[0], v[1], v[2], v[3], v[4], v[5]);
-    check.where = [=] { return Call(name, code, mag, phi); };
+    const int r = (voltage ? kv::SetUFaza : kv::SetIFaza)(code, mag, phi, v[0], v[1], v[2], v[3], v[4], v[5]);
+    check.where = [=] { return Call(voltage ? "SetUFaza" : "SetIFaza", code, mag, phi); };
     check(r == want, "result", r);
     check.Recorded(code, phi);
     check.Phases(Cells(cells, w), v, v + 1, 2, tol);
@@ -86,40 +62,34 @@ void Expect(Checker& check, const char* name, Fn fn, int code, double mag, doubl
 
 }  // namespace
 
-TEST_F(FaultPhasors, SetUFazaEveryCodeAcrossTheFrame) {
+TEST_F(FaultPhasors, EveryCodeAcrossTheFrame) {
     Checker check;
     // Around cst58V, 28.87 (36-38), cstUmax100, globUmax (120 or 250) and cst173V.
     const double magnitudes[] = {-5, 0, 10, 28.8, 28.9, 100 / kR3, 80, 100, 120, 150, 207.9, 230, 300};
-    for (double umax : {120.0, 250.0})
-        for (int code : AllCodes())
-            for (double u : magnitudes)
-                for (double phi : kPhis)
-                    for (int fold : {1, 0}) {
-                        kv::globUmax = umax, kv::glob_bEnableAbsAngle = fold;
+    for (int code : AllCodes())
+        for (double phi : {0.0, 30.0, -45.0, 200.5, 725.0})
+            for (int fold : {1, 0}) {
+                kv::glob_bEnableAbsAngle = fold;
+                for (double umax : {120.0, 250.0})
+                    for (double u : magnitudes) {
+                        kv::globUmax = umax;
                         const Working w = VoltageModel(code, u, phi);
                         const auto row = kVoltages.find(code);
                         std::string cells = row == kVoltages.end() ? "" : row->second;
-                        int want = row == kVoltages.end() || (code >= 93 && code <= 95) ? 3 : w.r;  // 93-95 write, then 3
+                        // 93-95 write, then answer 3.
+                        int want = row == kVoltages.end() || (code >= 93 && code <= 95) ? 3 : w.r;
                         if (code >= 36 && code <= 38 && w.U > kv::cstUmax100 / (2 * kR3)) want = 1, cells = "";
-                        Expect(check, "SetUFaza", kv::SetUFaza, code, u, phi, want, cells, w);
+                        Expect(check, true, code, u, phi, want, cells, w);
                     }
-    EXPECT_EQ(check.failures, 0);
-}
-
-TEST_F(FaultPhasors, SetIFazaEveryCodeAcrossTheLimit) {
-    Checker check;
-    for (int code : AllCodes())
-        for (double i : {-1.0, 0.0, 5.0, 20.0, 25.0})
-            for (double phi : kPhis)
-                for (int fold : {1, 0}) {
-                    kv::glob_bEnableAbsAngle = fold;
+                for (double i : {-1.0, 0.0, 5.0, 20.0, 25.0}) {
                     Working w;
                     w.I = i < 0 ? 0 : i, w.phi = phi;
                     const auto row = kCurrents.find(code);
                     // Not limited, only reported; an unhandled code answers 3 all the same.
                     const int want = row == kCurrents.end() ? 3 : w.I > kv::globImax ? 2 : 0;
-                    Expect(check, "SetIFaza", kv::SetIFaza, code, i, phi, want, row == kCurrents.end() ? "" : row->second, w);
+                    Expect(check, false, code, i, phi, want, row == kCurrents.end() ? "" : row->second, w);
                 }
+            }
     EXPECT_EQ(check.failures, 0);
 }
 
@@ -137,32 +107,23 @@ TEST_F(FaultPhasors, HandCheckedCases) {
         {true, 3, 80, 0, 120, 1, 0, "80 0 | 80 240 | 80 120"},  // the healthy phases follow
         {true, 3, 150, 0, 120, 1, 1, "120 0 | 120 240 | 120 120"},
         {true, 6, 100, 30, 120, 1, 0, "57.735 0 | 57.735 240 | 57.735 120"},
-        {true, 6, 0, 30, 120, 1, 0, "28.868 300 | 28.868 300 | 57.735 120"},
         {true, 6, 50, 0, 120, 1, 0, "38.188 310.893 | 38.188 229.107 | 57.735 90"},
         {true, 6, 150, 0, 80, 1, 0, "86.603 330 | 86.603 210 | 86.603 90"},  // symmetrical, not limited
         {true, 6, 300, 0, 80, 1, 1, "173.205 330 | 173.205 210 | 80 90"},   // Uf from the unlimited U
         {true, 8, 100, 10, 120, 0, 0, "57.735 220 | 57.735 460 | 57.735 340"},
-        {true, 36, 30, 0, 120, 1, 1, ""},
-        {true, 36, 0, 0, 120, 1, 0, "57.735 120 | 57.735 0 | 57.735 240"},
         {true, 36, 10, 0, 120, 1, 0, "43.604 108.544 | 43.604 11.456 | 57.735 240"},
         {true, 93, 30, 0, 120, 1, 3, "30 0 | 75.524 221.456 | 75.524 138.544"},
-        {true, 50, 300, 0, 120, 1, 0, "150 0 | 150 180 | ."},
+        {true, 50, 300, 0, 120, 1, 0, "150 0 | 150 180 | ."},  // not limited
         {true, 99, 300, 0, 80, 1, 1, "40 0 | 40 180 | ."},
         {true, 11, 100, 45, 120, 1, 0, "50 180 | 50 0 | ."},
-        {false, 0, -5, 0, 0, 1, 0, "0 0 | 0 0 | 0 0"},
-        {false, 9, 25, 0, 0, 1, 2, "25 0 | 25 240 | 25 120"},
         {false, 72, 5, 45, 0, 1, 0, "0 0 | 5 240 | 5 120"},
-        {false, 3, 5, 45, 0, 1, 0, "5 45 | 0 285 | 0 165"},
         {false, 11, 15, 400, 0, 1, 0, "5 400 r | 5 40 | 5 40"},  // a third each, A raw
         {false, 17, 25, 0, 0, 1, 3, ""},
-        {false, -1, 25, 0, 0, 1, 3, ""},
-        {false, 200, 25, 0, 0, 1, 3, ""},
     };
     Checker check;
     for (const Case& c : cases) {
         kv::globUmax = c.umax, kv::glob_bEnableAbsAngle = c.fold;
-        Expect(check, c.voltage ? "SetUFaza" : "SetIFaza", c.voltage ? kv::SetUFaza : kv::SetIFaza, c.code, c.mag, c.phi,
-            c.result, c.phases, Working{}, 5e-4);
+        Expect(check, c.voltage, c.code, c.mag, c.phi, c.result, c.phases, Working{}, 5e-4);
     }
     EXPECT_EQ(check.failures, 0);
 
@@ -193,28 +154,11 @@ TEST_F(FaultPhasors, A1FlagNeedsDeviceType35AndOneOfFourPrograms) {
         }
 }
 
-// The loop voltage of 6-8 is U at φ; 36-38 carry the negative-sequence voltage U; 93-95
-// are a balanced star plus a shift (no negative sequence) with the faulted phase at U ∠ φ.
 TEST_F(FaultPhasors, SetUFazaPhasorsMeanWhatTheCodesSay) {
-    const Cx a = At(1, 120);
-    double v[6];
-    const auto phase = [&](int k) { return At(v[2 * k], v[2 * k + 1]); };
-    const auto negative = [&] { return (phase(0) + a * a * phase(1) + a * phase(2)) / 3.0; };
-    for (double phi : {0.0, 30.0, 200.0})
-        for (double u : {0.0, 5.0, 28.0, 57.0, 99.0, 150.0}) {
-            for (int code : {6, 7, 8}) {
-                kv::SetUFaza(code, u, phi, v[0], v[1], v[2], v[3], v[4], v[5]);
-                EXPECT_LT(std::abs(phase(code - 6) - phase((code - 5) % 3) - At(u, phi)), 1e-9) << code << " " << u;
-            }
-            for (int code : {36, 37, 38}) {
-                if (kv::SetUFaza(code, u, phi, v[0], v[1], v[2], v[3], v[4], v[5]) == 0) {
-                    EXPECT_NEAR(std::abs(negative()), u, 1e-9) << code;
-                }
-            }
-            for (int code : {93, 94, 95}) {
-                kv::SetUFaza(code, u, phi, v[0], v[1], v[2], v[3], v[4], v[5]);
-                EXPECT_LT(std::abs(negative()), 1e-9) << code << " " << u;
-                EXPECT_LT(std::abs(phase(code - 93) - At(u, phi)), 1e-9) << code << " " << u;
-            }
-        }
+    ExpectPhysicalMeaning([](int code, double u, double phi, Cx* V) {
+        double v[6];
+        const int r = kv::SetUFaza(code, u, phi, v[0], v[1], v[2], v[3], v[4], v[5]);
+        for (int k = 0; k < 3; ++k) V[k] = At(v[2 * k], v[2 * k + 1]);
+        return V[3] = 1, r;
+    });
 }

@@ -54,8 +54,7 @@ TEST_F(OutContactsVal, BlocksHold18BytesAnEntrySecondFieldFirst) {
 
     Load(*m_b, &COutContactsVal::Serialize, expected);
     EXPECT_EQ(*m_a == *m_b, 0);  // text and the last two values live in memory only
-    m_b->m_aEntry[0].strText = "never stored";
-    m_b->m_aEntry[0].dValue3 = m_b->m_aEntry[0].dValue4 = 7.0;
+    m_b->m_aEntry[0].strText = "never stored", m_b->m_aEntry[0].dValue3 = m_b->m_aEntry[0].dValue4 = 7.0;
     EXPECT_EQ(*m_a == *m_b, 1);
 }
 
@@ -67,15 +66,11 @@ TEST_F(OutContactsVal, ShortFirstBlockKeepsWhatWasReadSilently) {
 
     // Entry 0 whole, entry 1 up to its dValue2 and two bytes of its dValue1.
     Bytes bytes = Store(*m_b, &COutContactsVal::Serialize);
-    bytes.resize(18 + 10 + 2);
-    bytes[0] = 3;
-    bytes[18] = 5;
+    bytes.resize(18 + 10 + 2), bytes[0] = 3, bytes[18] = 5;
     const double value2 = 3.75;
     std::memcpy(&bytes[20], &value2, sizeof value2);
     Load(*m_a, &COutContactsVal::Serialize, bytes);
-    m_b->m_aEntry[0].byFlag2 = 3;
-    m_b->m_aEntry[1].byFlag2 = 5;
-    m_b->m_aEntry[1].dValue2 = value2;
+    m_b->m_aEntry[0].byFlag2 = 3, m_b->m_aEntry[1].byFlag2 = 5, m_b->m_aEntry[1].dValue2 = value2;
     EXPECT_EQ(*m_a == *m_b, 1);
 }
 
@@ -110,19 +105,16 @@ TEST_F(OutContactsVal, OldCountAtOrAbove512LeavesNoSecondBlock) {
 }
 
 TEST_F(OutContactsVal, ComparisonIsExactAndCaseSensitive) {
-    m_b->m_aEntry[511].strText = "x";
-    m_a->m_aEntry[511].strText = "X";
+    m_b->m_aEntry[511].strText = "x", m_a->m_aEntry[511].strText = "X";
     EXPECT_EQ(*m_a == *m_b, 0);
-    const COutContactsVal copy(*m_b);
-    EXPECT_EQ(copy == *m_b, 1);
+    EXPECT_EQ(COutContactsVal(*m_b) == *m_b, 1);
     m_b->m_aEntry[7].dValue4 = std::nan("");
     EXPECT_EQ(*m_b == *m_b, 0);  // a NaN equals nothing, itself included
 }
 
 TEST_F(OutContactsVal, ArchivesCreateTheClassByName) {
-    CRuntimeClass* found = CRuntimeClass::FromName("COutContactsVal");
-    ASSERT_EQ(found, KV_RUNTIME_CLASS(COutContactsVal));
-    EXPECT_EQ(found->m_wSchema, 1u);
+    ASSERT_EQ(CRuntimeClass::FromName("COutContactsVal"), KV_RUNTIME_CLASS(COutContactsVal));
+    EXPECT_EQ(KV_RUNTIME_CLASS(COutContactsVal)->m_wSchema, 1u);
 
     m_a->m_aEntry[3].dValue1 = 42.0;
     CMemFile file;

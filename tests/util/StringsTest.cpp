@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "Kv_Data/PlatformExceptions.h"
 #include "Kv_Data/State.h"
 #include "Kv_Data/Util.h"
@@ -8,53 +10,27 @@ namespace {
 
 using kv::CString;
 
-CString SetAt(const char* s, const char* str, int pos, unsigned mode) {
-    CString text(s);
-    kv::SetAtSStr(text, str, pos, mode);
-    return text;
-}
-
-CString InsAt(const char* s, const char* str, int pos) {
-    CString text(s);
-    kv::InsAtSStr(text, str, pos);
-    return text;
-}
-
-CString Replace(const char* s, const char* find, const char* repl, int all) {
-    CString text(s);
-    const CString copy = kv::ReplaceSubString(text, find, repl, all);
-    EXPECT_EQ(copy, text);
-    return text;
-}
-
-TEST(SetAtSStr, ColumnsModesAndTheMinusShift) {
-    EXPECT_EQ(SetAt("", "-5", 3, 0), "  -5");
-    EXPECT_EQ(SetAt("abcdef", "-1", 0, 0), "-1cdef");
-    EXPECT_EQ(SetAt("abc", "xy", 5, 2), "abcxy");
-    EXPECT_EQ(SetAt("abcdef", "-1", 4, 2), "ab-1ef");
-    EXPECT_EQ(SetAt("abcdef", "XY", 1, 1), "aXYdef");
-    EXPECT_EQ(InsAt("abc", "X", 1), "aXbc");
-    EXPECT_EQ(InsAt("abc", "X", 5), "abc  X");
-    EXPECT_EQ(InsAt("ab", "-1", 4), "ab -1");
-}
-
-TEST(SetAtSStr, WritingOutsideThrowsAfterWhatFits) {
-    CString s("ab");
+TEST(SetAtSStr, ColumnsModesTheMinusShiftAndWritingOutside) {
+    for (const auto& [s, str, pos, mode, want] : {std::tuple{"", "-5", 3, 0u, "  -5"},
+             {"abcdef", "-1", 0, 0u, "-1cdef"},
+             {"abc", "xy", 5, 2u, "abcxy"}, {"abcdef", "-1", 4, 2u, "ab-1ef"}, {"abcdef", "XY", 1, 1u, "aXYdef"},
+             {"abc", "X", 1, 9u, "aXbc"}, {"abc", "X", 5, 9u, "abc  X"}, {"ab", "-1", 4, 9u, "ab -1"}}) {
+        CString text(s);
+        mode == 9u ? kv::InsAtSStr(text, str, pos) : kv::SetAtSStr(text, str, pos, mode);  // 9: insert
+        EXPECT_EQ(text, want) << s << " " << pos << " " << mode;
+    }
+    CString s("ab");  // throws after writing what fits
     EXPECT_THROW(kv::SetAtSStr(s, "XYZ", 1, 7), kv::CInvalidArgException);
     EXPECT_EQ(s, "aX");
     EXPECT_THROW(kv::SetAtSStr(s, "XYZ", 2, 2), kv::CInvalidArgException);
 }
 
 TEST(FindTextA, WholeWordsAndTheirAsymmetries) {
-    EXPECT_EQ(kv::FindTextA("UaA", "A", 0), 1);
-    EXPECT_EQ(kv::FindTextA("Ua (A)", "A", 1), 1);
-    EXPECT_EQ(kv::FindTextA("UaA", "A", 1), 0);
-    EXPECT_EQ(kv::FindTextA("x/A", "A", 1), 1);
-    EXPECT_EQ(kv::FindTextA("x Ab", "A", 1), 0);
-    EXPECT_EQ(kv::FindTextA("A B", "A", 1), 1);   // first blank right after the word
-    EXPECT_EQ(kv::FindTextA("A)", "A", 1), 0);    // its own first letter stands before it
-    EXPECT_EQ(kv::FindTextA("(A)", "A", 1), 1);
-    EXPECT_EQ(kv::FindTextA("AB A", "A", 1), 0);  // only the first occurrence counts
+    // "A B": the first blank right after the word; "A)": its own first letter stands before
+    // it; "AB A": only the first occurrence counts.
+    for (const auto& [text, whole, want] : {std::tuple{"UaA", 0, 1}, {"Ua (A)", 1, 1}, {"UaA", 1, 0}, {"x/A", 1, 1},
+             {"x Ab", 1, 0}, {"A B", 1, 1}, {"A)", 1, 0}, {"(A)", 1, 1}, {"AB A", 1, 0}})
+        EXPECT_EQ(kv::FindTextA(text, "A", whole), want) << text << " " << whole;
 }
 
 TEST(StringHelpers, PaddingRemovalSplittingBrackets) {
@@ -75,33 +51,28 @@ TEST(StringHelpers, PaddingRemovalSplittingBrackets) {
     EXPECT_EQ(kv::TrimBrackets("(a)(b)"), "a)(b");
 }
 
-TEST(ReplaceSubString, FirstOrAllResumingAtTheInsertedText) {
-    EXPECT_EQ(Replace("a-b-c", "-", "+", 0), "a+b-c");
-    EXPECT_EQ(Replace("a-b-c", "-", "+", 1), "a+b+c");
-    EXPECT_EQ(Replace("aabb", "ab", "a", 1), "aa");  // found again inside the new text
-    EXPECT_EQ(Replace("abc", "", "X", 0), "Xabc");
-}
-
-TEST(ReplaceSubString, CasesThatWouldNeverEndReturn) {
-    EXPECT_EQ(Replace("abc", "", "X", 1), "abc");
-    EXPECT_EQ(Replace("a-b-c", "-", "--", 1), "a--b--c");
-    EXPECT_EQ(Replace("xx", "x", "yxy", 1), "yxyyxy");
+TEST(ReplaceSubString, FirstOrAllResumingAfterTheInsertedTextAndNeverEndless) {
+    // "aabb": found again inside the new text; "" with all would never end and returns.
+    for (const auto& [s, find, repl, all, want] : {std::tuple{"a-b-c", "-", "+", 0, "a+b-c"},
+             {"a-b-c", "-", "+", 1, "a+b+c"}, {"aabb", "ab", "a", 1, "aa"}, {"abc", "", "X", 0, "Xabc"},
+             {"abc", "", "X", 1, "abc"}, {"a-b-c", "-", "--", 1, "a--b--c"}, {"xx", "x", "yxy", 1, "yxyyxy"}}) {
+        CString text(s);
+        EXPECT_EQ(kv::ReplaceSubString(text, find, repl, all), want) << s << " " << find << " " << all;
+        EXPECT_EQ(text, want);
+    }
 }
 
 TEST(TruncNullEndStr, FollowsTheDecimalSeparatorSetting) {
     const int saved = kv::glob_bUseInFieldPoint;
-    kv::glob_bUseInFieldPoint = 1;
-    EXPECT_EQ(kv::TruncNullEndStr("100"), "100");
-    EXPECT_EQ(kv::TruncNullEndStr("12.000"), "12.0");
-    EXPECT_EQ(kv::TruncNullEndStr("1,500"), "1,500");
-    EXPECT_EQ(kv::TruncNullEndStr("1.5 x100"), "1.5 x1");
-    kv::glob_bUseInFieldPoint = 0;
-    EXPECT_EQ(kv::TruncNullEndStr("1,500"), "1,5");
-    EXPECT_EQ(kv::TruncNullEndStr("12,"), "12,0");
+    for (const auto& [point, text, want] : {std::tuple{1, "100", "100"}, {1, "12.000", "12.0"}, {1, "1,500", "1,500"},
+             {1, "1.5 x100", "1.5 x1"}, {0, "1,500", "1,5"}, {0, "12,", "12,0"}}) {
+        kv::glob_bUseInFieldPoint = point;
+        EXPECT_EQ(kv::TruncNullEndStr(text), want) << point << " " << text;
+    }
     kv::glob_bUseInFieldPoint = saved;
 }
 
-TEST(GetArrayStringFromString, FieldsBeforeEachSeparator) {
+TEST(GetArrayStringFromString, FieldsBeforeEachSeparatorALeadingOrEmptyOneEnds) {
     CString out[10];
     EXPECT_EQ(kv::GetArrayStringFromString("a;;b;", out, 10, ";"), 3);
     EXPECT_EQ(out[0] + "|" + out[1] + "|" + out[2], "a||b");
@@ -109,10 +80,6 @@ TEST(GetArrayStringFromString, FieldsBeforeEachSeparator) {
     EXPECT_EQ(out[0] + "|" + out[1], "x|");
     EXPECT_EQ(kv::GetArrayStringFromString("a<>b<>c", out, 10, "<>"), 2);
     EXPECT_EQ(out[1], ">b");
-}
-
-TEST(GetArrayStringFromString, LeadingOrEmptySeparatorEnds) {
-    CString out[10];
     EXPECT_EQ(kv::GetArrayStringFromString(";a;b", out, 10, ";"), 2);
     EXPECT_EQ(out[0] + "|" + out[1], "|a");
     EXPECT_EQ(kv::GetArrayStringFromString("ab", out, 10, ""), 3);
