@@ -96,37 +96,30 @@ void ZFtoXY(double& z, double& f) {
 double GtoR(double deg) { return deg * kDegToRad; }
 double RtoG(double rad) { return rad * kRadToDeg; }
 
-float NormAngleGr(float a) {
+// One body for both precisions: the float version keeps the angle a float between
+// steps and computes the quotient in double.
+template <class T>
+T NormAngle(T a) {
     const double q = static_cast<double>(a) / 360;
-    if (std::fabs(q) > 1) a = a - static_cast<float>(WholeTurns(q));
+    if (std::fabs(q) > 1) a = a - static_cast<T>(WholeTurns(q));
     if (a >= 360.0001) a = a - 360;
     if (a <= -360.0001) a = a + 360;
     return a;
 }
 
-double NormAngleGr(double a) {
-    const double q = a / 360;
-    if (std::fabs(q) > 1) a = a - WholeTurns(q);
-    if (a >= 360.0001) a = a - 360;
-    if (a <= -360.0001) a = a + 360;
-    return a;
-}
-
-float AbsAngleGr(float a) {
+template <class T>
+T AbsAngle(T a) {
     if (glob_bEnableAbsAngle == 0) return a;
-    a = NormAngleGr(a);
+    a = NormAngle(a);
     if (a < -0.0001) a = a + 360;
     if (a > 359.999) a = 0;
     return a;
 }
 
-double AbsAngleGr(double a) {
-    if (glob_bEnableAbsAngle == 0) return a;
-    a = NormAngleGr(a);
-    if (a < -0.0001) a = a + 360;
-    if (a > 359.999) a = 0;
-    return a;
-}
+float NormAngleGr(float a) { return NormAngle(a); }
+double NormAngleGr(double a) { return NormAngle(a); }
+float AbsAngleGr(float a) { return AbsAngle(a); }
+double AbsAngleGr(double a) { return AbsAngle(a); }
 
 int IsEqualAngles(double a, double b) {
     const int degrees = TruncToInt32((a - b) * kRadToDeg);
