@@ -2,6 +2,8 @@
 // Including this header gives the whole interface of the library.
 #pragma once
 
+#include "Kv_Data/Catalogue.h"
+#include "Kv_Data/Diag.h"
 #include "Kv_Data/Fault.h"
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/Platform.h"

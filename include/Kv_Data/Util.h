@@ -1,10 +1,11 @@
 // Numeric and text utilities: rounding and number text, string helpers, Roman
-// numerals and node names. Every rounding rule here is what the suite's dialogs and
-// reports show, the odd ones included.
+// numerals and node names, paths, plane geometry and spectra. Every rounding rule here
+// is what the suite's dialogs and reports show, the odd ones included.
 #pragma once
 
 #include "Kv_Data/PlatformString.h"
 #include "Kv_Data/PlatformTypes.h"
+#include "Kv_Data/PlatformUi.h"
 
 namespace kv {
 
@@ -146,5 +147,89 @@ KV_DATA_API CString GetNode(const CString& a, const CString& b, const CString& c
 KV_DATA_API CString GetNodeWithSplitter(char sep, const CString& a, const CString& b,
                                         const CString& c = "", const CString& d = "",
                                         const CString& e = "", const CString& f = "");
+
+// ---------------------------------------------------------------------------------
+// Files and paths. The split functions do text work on the backslash and the dot and
+// never touch the file system; the executable's folder ends in the platform's own
+// separator ("/" here).
+// ---------------------------------------------------------------------------------
+
+// 1 for an existing file that is not a directory, else 0.
+KV_DATA_API int FileExists(const char* path);
+// 1 for an existing directory, else 0.
+KV_DATA_API int DirectoryExists(const char* path);
+
+// The full path of the running executable (at most 1023 characters); "" when the
+// platform cannot tell.
+KV_DATA_API CString GetExePathNameAPI();
+// The running executable's folder with its trailing separator; "" when unknown.
+KV_DATA_API CString GetExePathName();
+// The current directory (at most 1023 characters); "" when it cannot be read.
+KV_DATA_API CString GetCurrentDirectoryNew();
+
+// After the last backslash; the whole path without one. "C:\dir\" gives "".
+KV_DATA_API CString StFileName(const CString& path);
+// StFileName cut before its last dot: "archive.tar.gz" gives "archive.tar".
+KV_DATA_API CString StFileNameNoExt(const CString& path);
+// After the last dot of the whole path, folders included: "C:\dir.v2\file" gives
+// "v2\file"; "" without a dot.
+KV_DATA_API CString StExt(const CString& path);
+// Before the last backslash, with a backslash added after a drive ("C:\"); the whole
+// path without one.
+KV_DATA_API CString StPath(const CString& path);
+// path, its leading folders after the first replaced by "...\" until it is narrower
+// than `width` as pDC measures it. The shortened candidates join the last folder and
+// the file name without a backslash, the last resort (returned whatever its width)
+// with one: "C:\...\cfile.txt" is tried before "C:\...\c\file.txt" is given. A path
+// whose folder part has no backslash comes back unchanged.
+KV_DATA_API CString FormPath(CDC* pDC, const char* path, int width);
+
+// String `id` of a module's string table (at most 254 characters); "" when the module
+// has no such string, "Error loading resource." for a null module.
+KV_DATA_API CString LoadStringFromDLL(HINSTANCE hModule, int id);
+// Loads string `id` into buffer (bufferSize characters with the terminator) and turns
+// every "|" into a NUL: "Text (*.txt)|*.txt||" becomes a file dialog's filter list.
+KV_DATA_API void LoadStringExtFilter(HINSTANCE hModule, char* buffer, int bufferSize, int id);
+
+// ---------------------------------------------------------------------------------
+// Plane geometry on integer points. Angles in radians.
+// ---------------------------------------------------------------------------------
+
+KV_DATA_API double AngleLine(CPoint p1, CPoint p2);
+KV_DATA_API double AngleLine(CPoint p);
+KV_DATA_API double LengthLine(CPoint p1, CPoint p2);
+KV_DATA_API double LengthLine(double x1, double y1, double x2, double y2);
+KV_DATA_API double LengthLine(double dx, double dy);
+KV_DATA_API double LengthLine(CPoint p);
+KV_DATA_API double LengthLine(CSize s);
+
+// 1 when c lies between a and b inclusive (either way round).
+KV_DATA_API int PointInLine(int a, int b, int c);
+// 1 when p lies in the bounding rectangle of the segment p1-p2, not only on the line
+// itself; a degenerate side counts only where the coordinate matches exactly.
+KV_DATA_API int PointInLine(CPoint p1, CPoint p2, CPoint p);
+// 1 when the segments a1-a2 and b1-b2 meet. out always receives the meeting point of
+// the two lines, rounded to integers; for parallel oblique segments it is
+// (2147483647, 2147483647) and the result 0.
+KV_DATA_API int PointIntersectTwoLine(CPoint& out, CPoint a1, CPoint a2, CPoint b1, CPoint b2);
+
+// ---------------------------------------------------------------------------------
+// Spectrum analysis: direct Fourier sums, amplitudes as peak values in the unit of the
+// samples, phases in degrees folded by AbsAngleGr. Both return false, with what was
+// written before kept, when the work cannot be done.
+// ---------------------------------------------------------------------------------
+
+// The spectrum of n samples taken at t0 + k·(t1 − t0)/n for the frequencies fStart,
+// fStart + fStep, ... (count = (fEnd − fStart)/fStep + 1, truncated, stored first). amp
+// and phase are allocated with new[] and handed over at once; the caller deletes them
+// with delete[], also after false. The phase refers to a sine: A·sin(2πft + θ) over
+// whole periods gives A and θ. Below 0.001 Hz the component is the mean, not doubled.
+// A negative count fails the allocation: false, with amp and phase untouched.
+KV_DATA_API bool GetSpectr(double fStart, double fEnd, double fStep, double t0, double t1, int n,
+                           const double* x, int& count, double*& amp, double*& phase);
+// One component, with the sample step 1/n taken in integers: for n >= 2 every angle is
+// 0, so the result is twice the mean with the phase 0 or 180 (the mean itself below
+// 0.001 Hz). n = 0 returns false.
+KV_DATA_API bool Get_Furie_Amp_Phase(double f, int n, const double* x, double& amp, double& phase);
 
 }  // namespace kv

@@ -8,6 +8,7 @@
 
 #include "Kv_Data/PlatformModule.h"
 #include "Kv_Data/State.h"
+#include "StringTable.h"
 #include "platform/ModuleInternal.h"
 
 namespace kv {
@@ -634,7 +635,7 @@ namespace {
 class LibraryFrame {
 public:
     LibraryFrame() {
-        m_module = RegisterStringTable({});
+        m_module = RegisterStringTable(res::kStringTable);
         platform::SetKvDataInstance(m_module);
     }
     ~LibraryFrame() {

@@ -1,0 +1,1 @@
+#include "Kv_Data.h"
