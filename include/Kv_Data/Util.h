@@ -192,7 +192,8 @@ KV_DATA_API CString LoadStringFromDLL(HINSTANCE hModule, int id);
 KV_DATA_API void LoadStringExtFilter(HINSTANCE hModule, char* buffer, int bufferSize, int id);
 
 // ---------------------------------------------------------------------------------
-// Plane geometry on integer points. Angles in radians.
+// Plane geometry on integer points. Angles in radians. Differences of coordinates are
+// taken in 32 bits and wrap, so spans wider than INT_MAX come out wrong.
 // ---------------------------------------------------------------------------------
 
 KV_DATA_API double AngleLine(CPoint p1, CPoint p2);
@@ -224,7 +225,8 @@ KV_DATA_API int PointIntersectTwoLine(CPoint& out, CPoint a1, CPoint a2, CPoint 
 // and phase are allocated with new[] and handed over at once; the caller deletes them
 // with delete[], also after false. The phase refers to a sine: A·sin(2πft + θ) over
 // whole periods gives A and θ. Below 0.001 Hz the component is the mean, not doubled.
-// A negative count fails the allocation: false, with amp and phase untouched.
+// A negative count fails the allocation: false, with amp and phase untouched. n <= 0
+// leaves every sum empty: amplitudes 0, or NaN for n = 0 (0 / 0), and still true.
 KV_DATA_API bool GetSpectr(double fStart, double fEnd, double fStep, double t0, double t1, int n,
                            const double* x, int& count, double*& amp, double*& phase);
 // One component, with the sample step 1/n taken in integers: for n >= 2 every angle is
