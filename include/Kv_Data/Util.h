@@ -55,7 +55,8 @@ KV_DATA_API float DoubleToFloat(double x);
 // n with "%d".
 KV_DATA_API CString LStr(LONG n);
 // x with "%*.*f" (right-aligned in width); a decimal comma when glob_bUseInFieldPoint
-// is 0. Trailing zeros are cut (TruncNullEndStr) unless precision equals width.
+// is 0. Trailing zeros are cut (TruncNullEndStr) unless precision equals width. A
+// width or precision whose text a string could not hold (beyond 2^31 − 401) gives "".
 KV_DATA_API CString EStr(double x, int precision, int width);
 // The integer from the first '-' or digit of s on ("U=-12V" gives -12); 99999999 when s
 // has neither. Values beyond 32 bits saturate, as the 32-bit atol does.

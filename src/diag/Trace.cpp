@@ -1,6 +1,8 @@
+#include <climits>
 #include <cstdint>
 
 #include "Kv_Data/Diag.h"
+#include "Kv_Data/PlatformExceptions.h"
 #include "Kv_Data/PlatformFile.h"
 #include "Kv_Data/PlatformUi.h"
 #include "Kv_Data/State.h"
@@ -41,8 +43,16 @@ int TRASE(const char* text, int value) {
 }
 
 int TRASE(const char* text, double value, int digits) {
+    // So many digits that the line could not be held in a string: the line is skipped,
+    // as one whose file cannot be opened is.
+    constexpr int kLongest = INT_MAX - 400;
+    if (digits > kLongest) return 1;
     CString line;
-    line.Format("%s %0.*f\n", text != nullptr ? text : "", digits, value);
+    try {
+        line.Format("%s %0.*f\n", text != nullptr ? text : "", digits, value);
+    } catch (const CInvalidArgException&) {
+        return 1;
+    }
     return TRASE(line);
 }
 

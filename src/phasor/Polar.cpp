@@ -36,7 +36,8 @@ double Polar::Ang(int digits) const {
     const double ang = m_pair.m_im;
     if (digits <= 0) return ang;
     double power = 1.0;
-    for (int i = 0; i < digits; ++i) power *= 10.0;
+    // Once the power overflows to infinity it stays there: stopping early changes no bit.
+    for (int i = 0; i < digits && !std::isinf(power); ++i) power *= 10.0;
     const double t = 1.0 / power;
     const double mod = Mod();
     return t <= mod && mod <= 1e10 ? ang : 0.0;

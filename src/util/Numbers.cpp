@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Kv_Data/PlatformExceptions.h"
 #include "Kv_Data/State.h"
 #include "Kv_Data/Util.h"
 #include "util/Truncate.h"
@@ -59,7 +60,10 @@ int roundshort(double x) { return RoundBounded(x, 32767.0, 32767, -32768); }
 double dRound(double x, int n) {
     // One buffer per thread so that concurrent callers each get their own result.
     thread_local char buffer[512];
-    std::snprintf(buffer, sizeof buffer, "%.*lf", n, x);
+    // Past 1074 decimals every double prints exactly and only zeros follow, and the
+    // buffer keeps 511 characters: more decimals would change nothing but the time.
+    constexpr int kExactDecimals = 1100;
+    std::snprintf(buffer, sizeof buffer, "%.*lf", n > kExactDecimals ? kExactDecimals : n, x);
     return std::atof(buffer);
 }
 
@@ -115,8 +119,16 @@ CString LStr(LONG n) {
 }
 
 CString EStr(double x, int precision, int width) {
+    // A text longer than a string can hold (a width of INT_MIN is 2^31 blanks) is no
+    // text: "" rather than an exception, and without first printing it.
+    constexpr long long kLongest = INT_MAX - 400;
+    if (std::llabs(static_cast<long long>(width)) > kLongest || precision > kLongest) return CString();
     CString text;
-    text.Format("%*.*f", width, precision, x);
+    try {
+        text.Format("%*.*f", width, precision, x);
+    } catch (const CInvalidArgException&) {
+        return CString();
+    }
     if (glob_bUseInFieldPoint == 0) {
         const int point = text.Find('.');
         if (point >= 0) text.SetAt(point, ',');
