@@ -13,51 +13,30 @@ namespace {
 
 // The expected Russian texts are written here in UTF-8 and converted on their own, so
 // that a slip in the library's table shows up.
-std::string Cp1251(const std::string& utf8) {
+std::string Cp1251(std::string in) {
     const iconv_t cd = iconv_open("CP1251", "UTF-8");
-    if (cd == reinterpret_cast<iconv_t>(static_cast<std::intptr_t>(-1))) {
-        ADD_FAILURE() << "no UTF-8 to CP1251 conversion";
-        return {};
-    }
-    std::string in = utf8;
     std::string out(in.size(), '\0');
-    char* inPtr = in.data();
-    char* outPtr = out.data();
-    std::size_t inLeft = in.size();
-    std::size_t outLeft = out.size();
-    if (iconv(cd, &inPtr, &inLeft, &outPtr, &outLeft) == static_cast<std::size_t>(-1))
-        ADD_FAILURE() << "cannot convert " << utf8;
-    iconv_close(cd);
+    char *inPtr = in.data(), *outPtr = out.data();
+    std::size_t inLeft = in.size(), outLeft = out.size();
+    const bool converted = cd != reinterpret_cast<iconv_t>(static_cast<std::intptr_t>(-1)) &&
+                           iconv(cd, &inPtr, &inLeft, &outPtr, &outLeft) != static_cast<std::size_t>(-1);
+    if (converted) iconv_close(cd);
+    EXPECT_TRUE(converted) << in;
     out.resize(out.size() - outLeft);
     return out;
 }
 
-struct Row {
-    int code;
-    const char* key;
-    const char* name;  // UTF-8
-    int keyGives;      // GetTestFromString of the English key
-    int nameGives;     // GetTestFromString of the Russian name
-};
+// The Russian name in UTF-8, and what GetTestFromString gives for the key and the name.
+struct Row { int code; const char* key; const char* name; int keyGives, nameGives; };
 
 constexpr Row kRows[] = {
-    {0, "FiMCh", "Фмч", -1, 0},
-    {1, "Zoperate", "Zуставки", -1, 1},
-    {2, "Zoffs", "Смещение", -1, 2},
-    {3, "Eks", "Соотношение осей", 3, 3},
-    {4, "GraphZfromFi", "Z(ф)", 4, -1},
-    {5, "GraphZfromI", "Iтр", 5, 5},
-    {10, "GraphTfromZ", "T(Z)", -1, -1},
-    {11, "Memory", "Работа по 'памяти'", -1, 11},
-    {18, "GraphTfromI", "T(I)", 18, -1},
-    {20, "FiMCh", "Фмч", -1, 0},
-    {22, "FiMCh", "Фмч", -1, 0},
-    {23, "FiMCh", "Фмч", -1, 0},
-    {24, "Eks", "Соотношение осей", 3, 3},
-    {60, "RightSide", "Наклон правой боковой стороны", -1, 60},
-    {61, "SideMemory", "Направленность памяти", 11, 61},
-    {62, "GraphTfromU", "T(U)", 62, -1},
-    {63, "GraphUI", "U(I)", 63, -1},
+    {0, "FiMCh", "Фмч", -1, 0}, {1, "Zoperate", "Zуставки", -1, 1}, {2, "Zoffs", "Смещение", -1, 2},
+    {3, "Eks", "Соотношение осей", 3, 3}, {4, "GraphZfromFi", "Z(ф)", 4, -1}, {5, "GraphZfromI", "Iтр", 5, 5},
+    {10, "GraphTfromZ", "T(Z)", -1, -1}, {11, "Memory", "Работа по 'памяти'", -1, 11},
+    {18, "GraphTfromI", "T(I)", 18, -1}, {20, "FiMCh", "Фмч", -1, 0}, {22, "FiMCh", "Фмч", -1, 0},
+    {23, "FiMCh", "Фмч", -1, 0}, {24, "Eks", "Соотношение осей", 3, 3},
+    {60, "RightSide", "Наклон правой боковой стороны", -1, 60}, {61, "SideMemory", "Направленность памяти", 11, 61},
+    {62, "GraphTfromU", "T(U)", 62, -1}, {63, "GraphUI", "U(I)", 63, -1},
 };
 
 }  // namespace
@@ -81,10 +60,7 @@ TEST(TestTypes, CodesOutsideTheTableHaveNoNames) {
 
 TEST(TestTypes, TextsAreSearchedByContainmentInAFixedOrder) {
     const std::string zf = Cp1251("Zф");
-    const struct {
-        std::string text;
-        int code;
-    } cases[] = {
+    const std::pair<std::string, int> cases[] = {
         {"", -1},
         {"Phi", 0},
         {"Zset", 1},
@@ -106,7 +82,7 @@ TEST(TestTypes, TextsAreSearchedByContainmentInAFixedOrder) {
         {Cp1251("Направленность памяти") + " Memory", 11},
         {"Zф", -1},  // UTF-8 bytes are not the stored name
     };
-    for (const auto& c : cases) EXPECT_EQ(kv::GetTestFromString(c.text), c.code) << c.text;
+    for (const auto& [text, code] : cases) EXPECT_EQ(kv::GetTestFromString(text), code) << text;
 }
 
 TEST(TestTypes, ResourceStringsComeFromTheHostTablesThenTheLibrarys) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "Kv_Data/Catalogue.h"
 
@@ -16,23 +17,8 @@ std::string Pairs(int pairs, int first) {
     return text;
 }
 
-struct ICase {
-    std::string table;
-    double x;
-    bool found;
-    double abs;
-    int less;
-    double percent;
-};
-
-struct TCase {
-    std::string table;
-    double x, t;
-    bool found;
-    double minus, plus;
-    int less;
-    double percent;
-};
+struct ICase { std::string table; double x; bool found; double abs; int less; double percent; };
+struct TCase { std::string table; double x, t; bool found; double minus, plus; int less; double percent; };
 
 }  // namespace
 
@@ -67,10 +53,8 @@ TEST(Tolerance, CurrentThresholdOpensItsRange) {
         SCOPED_TRACE(c.table + " at " + std::to_string(c.x));
         double abs = -7, percent = -7;
         int less = -7;  // every output is reset by the call
-        EXPECT_EQ(kv::GetITolerance(c.table, c.x, abs, less, percent), c.found);
-        EXPECT_EQ(abs, c.abs);
-        EXPECT_EQ(less, c.less);
-        EXPECT_EQ(percent, c.percent);
+        const bool found = kv::GetITolerance(c.table, c.x, abs, less, percent);
+        EXPECT_EQ(std::tuple(found, abs, less, percent), std::tuple(c.found, c.abs, c.less, c.percent));
     }
 }
 
@@ -117,10 +101,8 @@ TEST(Tolerance, TimeThresholdClosesItsRangeWithSignedPercentLimits) {
         SCOPED_TRACE(c.table + " at " + std::to_string(c.x));
         double minus = -7, plus = -7, percent = -7;
         int less = -7;
-        EXPECT_EQ(kv::GetTTolerance(c.table, c.x, c.t, minus, plus, less, percent), c.found);
-        EXPECT_EQ(minus, c.minus);
-        EXPECT_EQ(plus, c.plus);
-        EXPECT_EQ(less, c.less);
-        EXPECT_EQ(percent, c.percent);
+        const bool found = kv::GetTTolerance(c.table, c.x, c.t, minus, plus, less, percent);
+        EXPECT_EQ(std::tuple(found, minus, plus, less, percent),
+                  std::tuple(c.found, c.minus, c.plus, c.less, c.percent));
     }
 }

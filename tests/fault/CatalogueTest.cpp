@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "Kv_Data/Fault.h"
 #include "Kv_Data/State.h"
@@ -9,10 +10,7 @@ namespace {
 
 class FaultCatalogue : public ::testing::Test {
 protected:
-    void TearDown() override {
-        kv::glob_dwKavorType = savedType;
-        kv::glob_bFault_A1_Enable = savedFlag;
-    }
+    void TearDown() override { kv::glob_dwKavorType = savedType, kv::glob_bFault_A1_Enable = savedFlag; }
     kv::DWORD savedType = kv::glob_dwKavorType;
     int savedFlag = kv::glob_bFault_A1_Enable;
 };
@@ -39,51 +37,30 @@ TEST_F(FaultCatalogue, EveryNameMapsBackToItsCodeAndGapsHaveNone) {
     EXPECT_EQ(named, 115);
     EXPECT_EQ(kv::GetStringFromDefineKZ(6), "FaultAB");
     EXPECT_EQ(kv::GetStringFromDefineKZ(132), "FaultIcVarIbConst");
-}
-
-TEST_F(FaultCatalogue, CyrillicNamesAreWindows1251Bytes) {
+    // The Cyrillic names are Windows-1251 bytes.
     EXPECT_EQ(kv::GetStringFromDefineKZ(92), "FaultABC \xEB\xE8\xED");
     EXPECT_EQ(kv::GetStringFromDefineKZ(95).GetLength(), 21);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("FaultABC \xEB\xE8\xED"), 92);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("FaultABC \xD0\xBB\xD0\xB8\xD0\xBD"), -1);  // the same in UTF-8
 }
 
 TEST_F(FaultCatalogue, A1FlagFollowsTheDeviceTypeAndIsClearedByEveryCall) {
-    for (kv::DWORD type : {35U, 23U, 31U, 30U}) {
+    for (kv::DWORD type : {35U, 23U, 31U, 30U, 40U}) {
         kv::glob_dwKavorType = type;
         EXPECT_EQ(kv::GetStringFromDefineKZ(123), "FaultA1N");
-        EXPECT_EQ(kv::glob_bFault_A1_Enable, 1) << type;
-        kv::GetStringFromDefineKZ(0);
+        EXPECT_EQ(kv::glob_bFault_A1_Enable, type == 40 ? 0 : 1) << type;
+        kv::GetStringFromDefineKZ(type == 30 ? -1 : 0);  // also for codes without a name
         EXPECT_EQ(kv::glob_bFault_A1_Enable, 0);
     }
-    kv::glob_dwKavorType = 40;
-    EXPECT_EQ(kv::GetStringFromDefineKZ(123), "FaultA1N");
-    EXPECT_EQ(kv::glob_bFault_A1_Enable, 0);
-    kv::glob_dwKavorType = 30;
-    kv::GetStringFromDefineKZ(123);
-    kv::GetStringFromDefineKZ(-1);  // also for codes without a name
-    EXPECT_EQ(kv::glob_bFault_A1_Enable, 0);
 }
 
-TEST_F(FaultCatalogue, ReverseLookupCutsOnlyWhenFaultIsNotAtTheStart) {
-    EXPECT_EQ(kv::GetDefineFromStringKZ("AB"), 6);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("faultAB"), -1);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("FaultAB_2"), -1);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("X_FaultAB_2"), 6);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("Cfg/FaultCA/x"), 8);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("FaultFaultAB"), -1);
-    EXPECT_EQ(kv::GetDefineFromStringKZ(""), -1);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("Fault"), -1);
-}
-
-TEST_F(FaultCatalogue, ContainedSuffixesAndTheAlias) {
-    EXPECT_EQ(kv::GetDefineFromStringKZ("FaultcstKZU2"), 35);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("cstKZU2"), 35);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("FaultABN_old"), 118);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("xxUniversalyy"), 103);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("I30BNU0"), 107);  // tested before "I30BN"
-    EXPECT_EQ(kv::GetDefineFromStringKZ("zI30BNz"), 108);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("ABUnBCN"), 111);  // the first in the fixed order wins
-    EXPECT_EQ(kv::GetDefineFromStringKZ("BCNABUn"), 111);
-    EXPECT_EQ(kv::GetDefineFromStringKZ("ABCx"), -1);
+TEST_F(FaultCatalogue, ReverseLookupCutsOnlyAfterALeadingPrefixAndSearchesSuffixesInAFixedOrder) {
+    const std::pair<const char*, int> cases[] = {
+        {"AB", 6}, {"faultAB", -1}, {"FaultAB_2", -1}, {"X_FaultAB_2", 6}, {"Cfg/FaultCA/x", 8},
+        {"FaultFaultAB", -1}, {"", -1}, {"Fault", -1}, {"FaultcstKZU2", 35}, {"cstKZU2", 35},
+        {"FaultABN_old", 118}, {"xxUniversalyy", 103}, {"ABCx", -1},
+        {"I30BNU0", 107},  // tried before "I30BN"
+        {"zI30BNz", 108},
+        {"ABUnBCN", 111}, {"BCNABUn", 111},  // the first in the fixed order wins
+        {"FaultABC \xEB\xE8\xED", 92}, {"FaultABC \xD0\xBB\xD0\xB8\xD0\xBD", -1},  // the same in UTF-8
+    };
+    for (const auto& [name, code] : cases) EXPECT_EQ(kv::GetDefineFromStringKZ(name), code) << name;
 }

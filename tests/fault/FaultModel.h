@@ -1,14 +1,15 @@
 // A model of the fault synthesis for the tests, independent of the library: the limits as
 // rules, the working values from the geometry of the fault (complex numbers), and each
-// code's phasors as cells "magnitude angle [r]": "Uf 330-d+p" is Uf at 330 - δ + φ (terms
-// p φ, d δ, s ψ, t θ), r marks a raw angle, "." a phase not written; numbers stand for
-// themselves ("57.735 240").
+// code's phasors in a short notation, "magnitude@angle" per phasor: "Uf@330-d+p" is Uf at
+// 330 - δ + φ (the terms of Parse), "!" marks a raw angle, "-" a phase not written;
+// numbers stand for themselves ("57.735@240").
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <climits>
 #include <cmath>
 #include <complex>
@@ -95,36 +96,60 @@ inline void Patterns(Working& w) {
     w.t = Deg(std::arg(lagging)) + 180;
 }
 
-struct Want {
-    bool written = false;
-    double m = 0, angle = 0;
-    bool raw = false;
-};
+struct Want { bool written = false; double m = 0, angle = 0; bool raw = false; };
 
-// "A | B | C"; an empty text is three phases not written.
-inline std::vector<Want> Cells(const std::string& row, const Working& w) {
-    std::vector<Want> out(3);
-    const std::map<std::string, double> named = {
-        {"U", w.U}, {"Uh", w.Uh}, {"Uf", w.Uf}, {"U/r3", w.U / kR3}, {"U/2", w.U / 2}, {"Ux", w.Ux},
-        {"N", kv::cst58V}, {"Ub", w.Ub}, {"I", w.I}, {"I/3", w.I / 3}, {"1.3Uh", 1.3 * w.Uh},
-        {"Up/2", kv::glob_dUpitForProgramStandart / 2}};
-    std::istringstream cells(row);
-    std::string text, mag, angle, flag;
-    for (std::size_t k = 0; k < 3 && std::getline(cells, text, '|'); ++k) {
-        std::istringstream in(text);
-        flag.clear();
-        if (!(in >> mag >> angle)) continue;  // "."
-        in >> flag;
-        char* rest = nullptr;
-        double a = std::strtod(angle.c_str(), &rest);
-        for (; *rest != 0; rest += 2) {
-            const double term = rest[1] == 'p' ? w.phi : rest[1] == 'd' ? w.d : rest[1] == 's' ? w.s : w.t;
-            a += rest[0] == '+' ? term : -term;
+// a op b op c ..., left to right; operands are numbers or the names in vars.
+inline double Eval(const std::string& s, const std::map<std::string, double>& vars) {
+    double value = 0;
+    char op = s[0] == '-' ? '-' : '+';
+    for (std::size_t k = op == '-' ? 1 : 0; k < s.size();) {
+        double x = 0;
+        if (std::isdigit(static_cast<unsigned char>(s[k]))) {
+            char* end = nullptr;
+            x = std::strtod(s.c_str() + k, &end);
+            k = static_cast<std::size_t>(end - s.c_str());
+        } else {
+            std::size_t e = k;
+            while (e < s.size() && std::isalnum(static_cast<unsigned char>(s[e]))) ++e;
+            x = vars.at(s.substr(k, e - k));
+            k = e;
         }
-        const auto m = named.find(mag);
-        out[k] = {true, m != named.end() ? m->second : std::strtod(mag.c_str(), nullptr), a, flag == "r"};
+        value = op == '+' ? value + x : op == '-' ? value - x : op == '*' ? value * x : value / x;
+        if (k < s.size()) op = s[k++];
     }
-    return out;
+    return value;
+}
+
+// n cells "magnitude@angle", "!" after a raw angle, "-" for an output not written, or
+// aliases that stand for several cells; an empty row writes nothing.
+inline std::vector<Want> Parse(const std::string& row, const std::map<std::string, double>& vars, std::size_t n = 3,
+                               const std::map<std::string, std::string>& aliases = {}) {
+    std::vector<std::string> cells;
+    std::istringstream in(row);
+    for (std::string t; in >> t;) {
+        std::istringstream sub(aliases.count(t) ? aliases.at(t) : t);
+        for (std::string c; sub >> c;) cells.push_back(c);
+    }
+    if (!row.empty()) {
+        EXPECT_EQ(cells.size(), n) << row;
+    }
+    std::vector<Want> p(n);
+    for (std::size_t k = 0; k < n && k < cells.size(); ++k) {
+        std::string c = cells[k];
+        if (c == "-") continue;
+        const bool raw = c.back() == '!';
+        if (raw) c.pop_back();
+        const std::size_t at = c.find('@');
+        p[k] = {true, Eval(c.substr(0, at), vars), Eval(c.substr(at + 1), vars), raw};
+    }
+    return p;
+}
+
+// The working values by name: angle terms p (φ), d (δ), s (ψ), t (θ).
+inline std::vector<Want> Parse(const std::string& row, const Working& w) {
+    return Parse(row, {{"U", w.U}, {"Uh", w.Uh}, {"Uf", w.Uf}, {"Ux", w.Ux}, {"Ub", w.Ub}, {"I", w.I},
+                       {"N", kv::cst58V}, {"Up", kv::glob_dUpitForProgramStandart}, {"r3", kR3}, {"p", w.phi},
+                       {"d", w.d}, {"s", w.s}, {"t", w.t}});
 }
 
 // Folded angles lie in [-0.0001, 359.999] and agree modulo 360 (just below 360 folds to 0).

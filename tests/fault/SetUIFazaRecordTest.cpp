@@ -28,53 +28,46 @@ Working RecordModel(int code, double u, double i, double phi) {
 }
 
 // 'h' honours writeI and writeU, 'a' writes always; currents, then voltages.
-struct Row {
-    char flags = 'h';
-    std::string currents, voltages;
-};
+struct Row { char flags = 'h'; std::string currents, voltages; };
 
-const std::string kEarthA = "I 360-p | 0 240-p | 0 120-p", kEarthB = "0 360-p | I 240-p | 0 120-p",
-                  kEarthC = "0 360-p | 0 240-p | I 120-p", kLoopAB = "I 30-p | I 210-p | 0 120-p",
-                  kLoopBC = "0 360-p | I 270-p | I 90-p", kLoopCA = "I 330-p | 0 240-p | I 150-p",
-                  kStar = "I 360-p | I 240-p | I 120-p", kFixed = "I 0 | I 240 | I 120",
-                  kUp = "U 0 r | U 240 r | U 120 r",
-                  kC0 = "0 0 r | 0 0 r | U 0+p", kAB = "U 0+p | U 180+p | 0 0 r", kA = "I 0 | 0 0 | 0 0",
-                  kC = "0 0 | 0 0 | I 0";
+const std::string kEarthA = "I@360-p 0@240-p 0@120-p", kEarthB = "0@360-p I@240-p 0@120-p",
+                  kEarthC = "0@360-p 0@240-p I@120-p", kLoopAB = "I@30-p I@210-p 0@120-p",
+                  kLoopBC = "0@360-p I@270-p I@90-p", kLoopCA = "I@330-p 0@240-p I@150-p",
+                  kStar = "I@360-p I@240-p I@120-p", kFixed = "I@0 I@240 I@120",
+                  kUp = "U@0! U@240! U@120!",
+                  kC0 = "0@0! 0@0! U@0+p", kAB = "U@0+p U@180+p 0@0!", kA = "I@0 0@0 0@0",
+                  kC = "0@0 0@0 I@0", kSupply = "Up/2@0! Up/2@180! U@0!";
 
 const auto kRows = ByCode<Row>({
-    {{3, 123}, {'h', kEarthA, "U 0 r | Uh 240 r | Uh 120 r"}}, {{4}, {'h', kEarthB, "Uh 0 r | U 240 r | Uh 120 r"}},
-    {{5}, {'h', kEarthC, "Uh 0 r | Uh 240 r | U 120 r"}}, {{21}, {'h', kEarthA, "U 0 r | 0 240 r | 0 120 r"}},
-    {{22}, {'h', kEarthB, "0 0 r | U 240 r | 0 120 r"}}, {{23}, {'h', kEarthC, "0 0 r | 0 240 r | U 120 r"}},
-    {{6}, {'h', kLoopAB, "Uf 360-d | Uf 240+d | Uh 120 r"}}, {{7}, {'h', kLoopBC, "Uh 0 r | Uf 240-d | Uf 120+d"}},
-    {{8}, {'h', kLoopCA, "Uf 0+d r | Uh 240 r | Uf 120-d"}}, {{18}, {'h', kLoopAB, "Uf 360-d | Uf 240+d | 0 120 r"}},
-    {{19}, {'h', kLoopBC, "0 0 r | Uf 240-d | Uf 120+d"}}, {{20}, {'h', kLoopCA, "Uf 0+d r | 0 240 r | Uf 120-d"}},
-    {{24}, {'h', kLoopAB, "U/2 0 r | U/2 0 r | U 180 r"}}, {{25}, {'h', kLoopBC, "U 0 r | U/2 180 r | U/2 180 r"}},
-    {{26}, {'h', kLoopCA, "U/2 180 r | U 0 r | U/2 180 r"}},
-    {{27}, {'h', kLoopAB, "U/r3 360 r | U/r3 240 r | Uh 120 r"}},
-    {{28}, {'h', kLoopBC, "Uh 0 r | U/r3 240 r | U/r3 120 r"}},
-    {{29}, {'h', kLoopCA, "U/r3 0 r | Uh 240 r | U/r3 120 r"}}, {{9, 63, 64, 65}, {'h', kStar, kUp}},
-    {{17}, {'h', "1 360-p r | I 240-p | I 120-p", kUp}},
-    {{16}, {'h', "I 360-p r | I 120-p | I 240-p", "U 0 r | U 120 r | U 240 r"}},
-    {{92, 122}, {'h', kStar, "U/r3 0 r | U/r3 240 r | U/r3 120 r"}}, {{11, 12}, {'h', "I 0+p r | I 0+p | I 0+p", ""}},
-    {{35}, {'h', "", "U 0+p | U 120+p | U 240+p"}}, {{36}, {'a', "", "Ux 420+s+p | Ux 420-s+p | N 240+p"}},
-    {{37}, {'a', "", "N 0+p | Ux 180+s+p | Ux 180-s+p"}}, {{38}, {'a', "", "Ux 300-s+p | N 120+p | Ux 300+s+p"}},
-    {{39}, {'a', "", "Uf 0+p | N 120+p | N 240+p"}}, {{40}, {'a', "", "N 0+p | Uf 120+p | N 240+p"}},
-    {{41}, {'a', "", "N 0+p | N 120+p | Uf 240+p"}}, {{48}, {'a', "I 0 r | 0 0 | 0 0", "0 0 r | 0 0 r | U 0+p r"}},
-    {{49}, {'a', "I 180 | 0 0 | I 0", "U 0+p | U 240+p | U 120+p"}}, {{50, 51}, {'h', "", "U/2 0 r | U/2 180 r | ."}},
+    {{3, 123}, {'h', kEarthA, "U@0! Uh@240! Uh@120!"}}, {{4}, {'h', kEarthB, "Uh@0! U@240! Uh@120!"}},
+    {{5}, {'h', kEarthC, "Uh@0! Uh@240! U@120!"}}, {{21}, {'h', kEarthA, "U@0! 0@240! 0@120!"}},
+    {{22}, {'h', kEarthB, "0@0! U@240! 0@120!"}}, {{23}, {'h', kEarthC, "0@0! 0@240! U@120!"}},
+    {{6}, {'h', kLoopAB, "Uf@360-d Uf@240+d Uh@120!"}}, {{7}, {'h', kLoopBC, "Uh@0! Uf@240-d Uf@120+d"}},
+    {{8}, {'h', kLoopCA, "Uf@0+d! Uh@240! Uf@120-d"}}, {{18}, {'h', kLoopAB, "Uf@360-d Uf@240+d 0@120!"}},
+    {{19}, {'h', kLoopBC, "0@0! Uf@240-d Uf@120+d"}}, {{20}, {'h', kLoopCA, "Uf@0+d! 0@240! Uf@120-d"}},
+    {{24}, {'h', kLoopAB, "U/2@0! U/2@0! U@180!"}}, {{25}, {'h', kLoopBC, "U@0! U/2@180! U/2@180!"}},
+    {{26}, {'h', kLoopCA, "U/2@180! U@0! U/2@180!"}}, {{27}, {'h', kLoopAB, "U/r3@360! U/r3@240! Uh@120!"}},
+    {{28}, {'h', kLoopBC, "Uh@0! U/r3@240! U/r3@120!"}}, {{29}, {'h', kLoopCA, "U/r3@0! Uh@240! U/r3@120!"}},
+    {{9, 63, 64, 65}, {'h', kStar, kUp}}, {{17}, {'h', "1@360-p! I@240-p I@120-p", kUp}},
+    {{16}, {'h', "I@360-p! I@120-p I@240-p", "U@0! U@120! U@240!"}},
+    {{92, 122}, {'h', kStar, "U/r3@0! U/r3@240! U/r3@120!"}}, {{11, 12}, {'h', "I@0+p! I@0+p I@0+p", ""}},
+    {{35}, {'h', "", "U@0+p U@120+p U@240+p"}}, {{36}, {'a', "", "Ux@420+s+p Ux@420-s+p N@240+p"}},
+    {{37}, {'a', "", "N@0+p Ux@180+s+p Ux@180-s+p"}}, {{38}, {'a', "", "Ux@300-s+p N@120+p Ux@300+s+p"}},
+    {{39}, {'a', "", "Uf@0+p N@120+p N@240+p"}}, {{40}, {'a', "", "N@0+p Uf@120+p N@240+p"}},
+    {{41}, {'a', "", "N@0+p N@120+p Uf@240+p"}}, {{48}, {'a', "I@0! 0@0 0@0", "0@0! 0@0! U@0+p!"}},
+    {{49}, {'a', "I@180 0@0 I@0", "U@0+p U@240+p U@120+p"}}, {{50, 51}, {'h', "", "U/2@0! U/2@180! -"}},
     {{75}, {'a', kA, kC0}}, {{76}, {'a', kC, kC0}}, {{77}, {'a', kFixed, kC0}}, {{78}, {'a', kA, kAB}},
-    {{79}, {'a', kC, kAB}}, {{80}, {'a', kFixed, kAB}},
-    {{124}, {'a', "I 0 r | I 180 r | 0 0 r", "U 0+p r | U 180+p r | Uh 90+p r"}},
-    {{125}, {'a', "0 0 r | I 0 r | I 180 r", "Uh 90+p r | U 0+p r | U 180+p r"}},
-    {{126}, {'a', "I 180 r | 0 0 r | I 0 r", "U 180+p r | Uh 90+p r | U 0+p r"}},
-    {{115}, {'h', "I 360-p | 0 0 | 0 0", "Up/2 0 r | Up/2 180 r | U 0 r"}},
-    {{116}, {'h', "0 0 | I 360-p | 0 0", "Up/2 0 r | Up/2 180 r | U 0 r"}},
-    {{117}, {'h', "0 0 | 0 0 | I 360-p", "Up/2 0 r | Up/2 180 r | U 0 r"}},
-    {{93}, {'a', "I 0 | 0 240 | 0 120", "U 0+p | Ub 180+t+p | Ub 180-t+p"}},
-    {{94}, {'a', "0 120 | I 360 | 0 240", "Ub 180-t+p | U 0+p | Ub 180+t+p"}},
-    {{95}, {'a', "0 240 | 0 480 | I 360", "Ub 180+t+p | Ub 180-t+p | U 0+p"}},
-    {{96}, {'a', kFixed, "Uf 390+d+p | Uf 390-d+p | 1.3Uh 210+p"}},
-    {{97}, {'a', kFixed, "1.3Uh 210+p | Uf 390+d+p | Uf 390-d+p"}},
-    {{98}, {'a', kFixed, "Uf 390-d+p | 1.3Uh 210+p | Uf 390+d+p"}},
+    {{79}, {'a', kC, kAB}}, {{80}, {'a', kFixed, kAB}}, {{124}, {'a', "I@0! I@180! 0@0!", "U@0+p! U@180+p! Uh@90+p!"}},
+    {{125}, {'a', "0@0! I@0! I@180!", "Uh@90+p! U@0+p! U@180+p!"}},
+    {{126}, {'a', "I@180! 0@0! I@0!", "U@180+p! Uh@90+p! U@0+p!"}},
+    {{115}, {'h', "I@360-p 0@0 0@0", kSupply}}, {{116}, {'h', "0@0 I@360-p 0@0", kSupply}},
+    {{117}, {'h', "0@0 0@0 I@360-p", kSupply}},
+    {{93}, {'a', "I@0 0@240 0@120", "U@0+p Ub@180+t+p Ub@180-t+p"}},
+    {{94}, {'a', "0@120 I@360 0@240", "Ub@180-t+p U@0+p Ub@180+t+p"}},
+    {{95}, {'a', "0@240 0@480 I@360", "Ub@180+t+p Ub@180-t+p U@0+p"}},
+    {{96}, {'a', kFixed, "Uf@390+d+p Uf@390-d+p 1.3*Uh@210+p"}},
+    {{97}, {'a', kFixed, "1.3*Uh@210+p Uf@390+d+p Uf@390-d+p"}},
+    {{98}, {'a', kFixed, "Uf@390-d+p 1.3*Uh@210+p Uf@390+d+p"}},
 });
 
 // One call on a record full of sentinels: result, recorded globals, both blocks.
@@ -90,10 +83,10 @@ void Expect(Checker& check, int code, int writeU, int writeI, double u, double i
     check(r == want, "result", r);
     check.Recorded(code, phi);
     const bool always = row.flags == 'a';
-    check.Phases(Cells(always || writeI != 0 ? row.currents : "", w), v.dI, v.dFiI, 1, tol);
-    check.Phases(Cells(always || writeU != 0 ? row.voltages : "", w), v.dU, v.dFiU, 1, tol);
-    check.Phases(Cells("", w), v.dSimI, v.dSimFiI, 1);  // the sequence block is never written
-    check.Phases(Cells("", w), v.dSimU, v.dSimFiU, 1);
+    check.Phases(Parse(always || writeI != 0 ? row.currents : "", w), v.dI, v.dFiI, 1, tol);
+    check.Phases(Parse(always || writeU != 0 ? row.voltages : "", w), v.dU, v.dFiU, 1, tol);
+    check.Phases(Parse("", w), v.dSimI, v.dSimFiI, 1);  // the sequence block is never written
+    check.Phases(Parse("", w), v.dSimU, v.dSimFiU, 1);
 }
 
 }  // namespace
@@ -124,22 +117,17 @@ TEST_F(FaultRecord, EveryCodeAcrossTheFrameAndTheFlags) {
 
 // Worked by hand, to three decimals.
 TEST_F(FaultRecord, HandCheckedCases) {
-    struct Case {
-        int code, writeU, writeI;
-        double u, i, phi;
-        int fold, result;
-        Row row;
-    };
+    struct Case { int code, writeU, writeI; double u, i, phi; int fold, result; Row row; };
     const Case cases[] = {
-        {3, 0, 1, 30, 5, 10, 1, 0, {'a', "5 350 | 0 230 | 0 110", ""}},  // currents only
-        {6, 1, 1, 300, 5, 0, 1, 1, {'a', "5 30 | 5 210 | 0 120", "207.9 0 | 207.9 240 | 207.9 120"}},
-        {39, 1, 1, 5, 5, 0, 1, 0, {'a', "", "28.976 0 | 57.735 120 | 57.735 240"}},  // Uf, not L = 42.7
-        {96, 1, 1, 100, 5, 15, 1, 0, {'a', "5 0 | 5 240 | 5 120", "57.735 45 | 57.735 45 | 75.056 225"}},
-        {11, 0, 1, 100, 6, 15, 1, 0, {'a', "6 15 | 6 15 | 6 15", ""}},  // the full I in each phase
-        {20, 1, 1, 0, 5, 0, 1, 0, {'a', "5 330 | 0 240 | 5 150", "28.868 60 | 0 240 | 28.868 60"}},
-        {27, 1, 1, 100, 5, 400, 0, 0, {'a', "5 -370 | 5 -190 | 0 -280", "57.735 360 | 57.735 240 | 57.735 120"}},
-        {27, 1, 1, 100, 5, 400, 1, 0, {'a', "5 350 | 5 170 | 0 80", "57.735 360 r | 57.735 240 | 57.735 120"}},
-        {116, 1, 1, 300, 5, 0, 1, 0, {'a', "0 0 | 5 0 | 0 0", "110 0 | 110 180 | 300 0"}},  // not limited
+        {3, 0, 1, 30, 5, 10, 1, 0, {'a', "5@350 0@230 0@110", ""}},  // currents only
+        {6, 1, 1, 300, 5, 0, 1, 1, {'a', "5@30 5@210 0@120", "207.9@0 207.9@240 207.9@120"}},
+        {39, 1, 1, 5, 5, 0, 1, 0, {'a', "", "28.976@0 57.735@120 57.735@240"}},  // Uf, not L = 42.7
+        {96, 1, 1, 100, 5, 15, 1, 0, {'a', "5@0 5@240 5@120", "57.735@45 57.735@45 75.056@225"}},
+        {11, 0, 1, 100, 6, 15, 1, 0, {'a', "6@15 6@15 6@15", ""}},  // the full I in each phase
+        {20, 1, 1, 0, 5, 0, 1, 0, {'a', "5@330 0@240 5@150", "28.868@60 0@240 28.868@60"}},
+        {27, 1, 1, 100, 5, 400, 0, 0, {'a', "5@-370 5@-190 0@-280", "57.735@360 57.735@240 57.735@120"}},
+        {27, 1, 1, 100, 5, 400, 1, 0, {'a', "5@350 5@170 0@80", "57.735@360! 57.735@240 57.735@120"}},
+        {116, 1, 1, 300, 5, 0, 1, 0, {'a', "0@0 5@0 0@0", "110@0 110@180 300@0"}},  // not limited
     };
     Checker check;
     for (const Case& c : cases) {

@@ -1,8 +1,6 @@
 // The twelve-output fault synthesis against a model of its own: the frame in a few lines
 // and every row in a short notation, "magnitude@angle" per phasor, IA IB IC UA UB UC,
 // "!" for a raw angle, "-" for an output left alone.
-#include <cctype>
-
 #include "FaultModel.h"
 
 namespace {
@@ -22,7 +20,7 @@ const std::map<std::string, std::string> kAlias = {
     {"as5", "0@240 0@480 I@360"}, {"as6", "I@0 I@180 0@0"}, {"as7", "0@0 I@0 I@180"}, {"as8", "I@180 0@0 I@0"},
     {"thirds", "I/3@0 I/3@0 I/3@0"}, {"none", "- - -"}, {"zero", "0@0! 0@0! 0@0!"},
     {"as70", "N@0+p+120 X@240+p+120 N@120+p+120"}, {"as75", "0@0 0@0 U@0+p"}, {"as78", "U@0+p U@180+p 0@0"},
-    {"supply", "P/2@0! P/2@180! U@0!"}, {"U0", "U@0+p U@0+p U@0+p"}};
+    {"supply", "Up/2@0! Up/2@180! U@0!"}, {"U0", "U@0+p U@0+p U@0+p"}};
 
 // Transcribed from the fault tables; "*" rows are the sequence-component patterns.
 const std::vector<std::pair<std::vector<int>, std::string>> kRows = {
@@ -68,54 +66,8 @@ const std::vector<std::pair<std::vector<int>, std::string>> kRows = {
 const std::vector<int> kUnhandled = {10, 13, 30, 31, 32, 39, 40, 41, 52, 53, 54, 55, 56, 57, 58, 59, 99, 104,
                                      105, 106, 114};
 
-// a op b op c ..., left to right; operands are numbers or the names in vars.
-double Eval(const std::string& s, const std::map<std::string, double>& vars) {
-    double value = 0;
-    char op = s[0] == '-' ? '-' : '+';
-    for (std::size_t k = op == '-' ? 1 : 0; k < s.size();) {
-        double x = 0;
-        if (std::isdigit(static_cast<unsigned char>(s[k]))) {
-            char* end = nullptr;
-            x = std::strtod(s.c_str() + k, &end);
-            k = static_cast<std::size_t>(end - s.c_str());
-        } else {
-            std::size_t e = k;
-            while (e < s.size() && std::isalnum(static_cast<unsigned char>(s[e]))) ++e;
-            x = vars.at(s.substr(k, e - k));
-            k = e;
-        }
-        value = op == '+' ? value + x : op == '-' ? value - x : op == '*' ? value * x : value / x;
-        if (k < s.size()) op = s[k++];
-    }
-    return value;
-}
-
-// The six cells, currents first; nothing written for a "*" row.
-std::vector<Want> Parse(const std::string& row, const std::map<std::string, double>& vars) {
-    std::vector<std::string> cells;
-    std::istringstream in(row == "*" ? "none none" : row);
-    for (std::string t; in >> t;) {
-        std::istringstream sub(kAlias.count(t) ? kAlias.at(t) : t);
-        for (std::string c; sub >> c;) cells.push_back(c);
-    }
-    EXPECT_EQ(cells.size(), 6u) << row;
-    std::vector<Want> p(6);
-    for (std::size_t k = 0; k < 6 && k < cells.size(); ++k) {
-        std::string c = cells[k];
-        if (c == "-") continue;
-        const bool raw = c.back() == '!';
-        if (raw) c.pop_back();
-        const std::size_t at = c.find('@');
-        p[k] = {true, Eval(c.substr(0, at), vars), Eval(c.substr(at + 1), vars), raw};
-    }
-    return p;
-}
-
-struct Outcome {
-    int r = 0;
-    bool checked = true;  // false: the sequence patterns, checked in their own test
-    std::vector<Want> p = std::vector<Want>(6);
-};
+// checked false: the sequence patterns, checked in their own test.
+struct Outcome { int r = 0; bool checked = true; std::vector<Want> p = std::vector<Want>(6); };
 
 Outcome Model(int code, const Scenario& s) {
     const double N = kv::cst58V;
@@ -135,7 +87,7 @@ Outcome Model(int code, const Scenario& s) {
     if (static_cast<unsigned>(code) > 132 || std::count(kUnhandled.begin(), kUnhandled.end(), code)) return o.r = 3, o;
     std::map<std::string, double> v = {{"U", U}, {"I", I}, {"Uh", Uh}, {"Uf", Uf}, {"d", d}, {"p", s.phi},
         {"N", N}, {"A", s.Aux}, {"H", s.Uhealthy < 0 ? Uh : s.Uhealthy}, {"K", kv::glob_dIk},
-        {"P", kv::glob_dUpitForProgramStandart}, {"X", std::fabs(U - N)}, {"r3", kR3}};
+        {"Up", kv::glob_dUpitForProgramStandart}, {"X", std::fabs(U - N)}, {"r3", kR3}};
     if (code >= 111 && code <= 113) v["Uf"] = std::hypot(U, v["H"]) / 2, v["d"] = Deg(std::atan(U / v["H"]));
     if (code >= 93 && code <= 95) {
         const double uh = U > N ? U : Uh, a = uh * 1.5 - U, b = uh * kR3 / 2;
@@ -155,7 +107,7 @@ Outcome Model(int code, const Scenario& s) {
         if (std::count(codes.begin(), codes.end(), code)) row = text;
     if (code == 85 && s.Aux > -0.0001) row = "thirds A+U@0+p A@0 A@0";
     o.checked = row != "*";
-    o.p = Parse(row, v);
+    o.p = Parse(row == "*" ? "none none" : row, v, 6, kAlias);
     return o;
 }
 
@@ -192,7 +144,8 @@ TEST_F(SetUIFazaTest, EveryCodeAcrossTheBranchesOfTheFrame) {
         }
 }
 
-TEST_F(SetUIFazaTest, ModelAndLibraryMatchTheWorkedCases) {
+// Worked by hand. The library must give these, and the sweep above holds the model to it.
+TEST_F(SetUIFazaTest, WorkedCases) {
     struct Case { int code; Scenario s; int r; std::string row; };
     const Case cases[] = {
         {0, {-5, -1, 10, 100, 0, -1}, 0, "0@0 0@0 0@0 0@10 0@0 0@0"},
@@ -226,16 +179,8 @@ TEST_F(SetUIFazaTest, ModelAndLibraryMatchTheWorkedCases) {
         SCOPED_TRACE("code " + std::to_string(c.code));
         Outcome hand;
         hand.r = c.r;
-        hand.p = Parse(c.row, {{"I", c.s.I < 0 ? 0 : c.s.I}, {"h", 57.735026918962575}});  // h: cst58V
+        hand.p = Parse(c.row, {{"I", c.s.I < 0 ? 0 : c.s.I}, {"h", 57.735026918962575}}, 6, kAlias);  // h: cst58V
         Expect(c.code, c.s, hand);
-        const Outcome model = Model(c.code, c.s);
-        EXPECT_EQ(model.r, c.r);
-        for (std::size_t k = 0; k < 6; ++k) {
-            EXPECT_EQ(model.p[k].written, hand.p[k].written) << k;
-            if (!hand.p[k].written) continue;
-            EXPECT_NEAR(model.p[k].m, hand.p[k].m, 1e-9 * std::max(1.0, std::fabs(hand.p[k].m))) << k;
-            EXPECT_NEAR(std::remainder(model.p[k].angle - hand.p[k].angle, 360.0), 0.0, 1e-9) << k;
-        }
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "Kv_Data.h"
 
@@ -10,20 +11,14 @@ namespace {
 using kv::CString;
 
 TEST(CStringTest, SearchAndExtractionClampOrRejectOutOfRangeArguments) {
-    const CString s("abcabc");
-    EXPECT_EQ(s.Find('c', 3), 5);
-    EXPECT_EQ(s.Find('a', 6), -1);  // a character search never starts at the terminator
-    EXPECT_EQ(s.Find('a', -1), -1);
-    EXPECT_EQ(s.Find("", 6), 6);  // the empty text is found even at the end
-    EXPECT_EQ(s.Find("", 7), -1);
-    EXPECT_EQ(s.ReverseFind('b'), 4);
-    const CString h("Hello");
-    EXPECT_EQ(h.Mid(1, -2), "");
-    EXPECT_EQ(h.Mid(-3, 2), "He");
-    EXPECT_EQ(h.Mid(3, 100), "lo");
-    EXPECT_EQ(h.Mid(9, 1), "");
-    EXPECT_EQ(h.Left(-1), "");
-    EXPECT_EQ(h.Right(99), "Hello");
+    const CString s("abcabc"), h("Hello");
+    // A character search never starts at the terminator; the empty text is found even at the end.
+    const std::pair<int, int> found[] = {{s.Find('c', 3), 5}, {s.Find('a', 6), -1}, {s.Find('a', -1), -1},
+                                         {s.Find("", 6), 6},  {s.Find("", 7), -1},  {s.ReverseFind('b'), 4}};
+    for (std::size_t k = 0; k < std::size(found); ++k) EXPECT_EQ(found[k].first, found[k].second) << k;
+    const std::pair<CString, const char*> cut[] = {{h.Mid(1, -2), ""}, {h.Mid(-3, 2), "He"}, {h.Mid(3, 100), "lo"},
+                                                   {h.Mid(9, 1), ""},  {h.Left(-1), ""},     {h.Right(99), "Hello"}};
+    for (std::size_t k = 0; k < std::size(cut); ++k) EXPECT_EQ(cut[k].first, cut[k].second) << k;
 }
 
 TEST(CStringTest, EditingClampsPositionsButSetAtAndGetAtThrowOutsideAndReplaceIsNotRecursive) {

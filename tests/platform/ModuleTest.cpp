@@ -17,7 +17,7 @@ kv::HRSRC FindBlock(HINSTANCE module, kv::UINT id) {
 }
 
 TEST(ModuleTest, RegisteredTableIsFoundByIdUntilUnregistered) {
-    const kv::StringTableEntry entries[] = {{40, "forty"}, {41, "a longer text"}, {1288, "\xD2\xE5\xF1\xF2"}};
+    const kv::StringTableEntry entries[] = {{16, "16"}, {40, "forty"}, {41, "a longer text"}, {1288, "\xD2\xE5\xF1\xF2"}};
     const HINSTANCE module = kv::RegisterStringTable(entries);
     ASSERT_NE(module, nullptr);
     char buffer[32];
@@ -29,16 +29,14 @@ TEST(ModuleTest, RegisteredTableIsFoundByIdUntilUnregistered) {
     EXPECT_EQ(kv::LoadStringA(module, 42, buffer, 32), 0);
     EXPECT_STREQ(buffer, "");
 
-    CString text;
-    EXPECT_TRUE(text.LoadString(40));
-    EXPECT_EQ(text, "forty");
-    CString missing;
+    CString text, missing("stale");
+    EXPECT_TRUE(text.LoadString(40) && text == "forty");
     EXPECT_FALSE(missing.LoadString(42));
     EXPECT_TRUE(missing.IsEmpty());
 
     EXPECT_NE(FindBlock(module, 40), nullptr);
     EXPECT_NE(FindBlock(module, 1288), nullptr);
-    EXPECT_EQ(FindBlock(module, 15), nullptr);  // ids 0 to 15: no string there
+    EXPECT_EQ(FindBlock(module, 15), nullptr);  // ids 0 to 15: no string there, 16 starts block 2
     EXPECT_EQ(FindBlock(module, 1304), nullptr);
     EXPECT_EQ(kv::FindResourceA(module, kv::MAKEINTRESOURCEA(0), kv::RT_STRING), nullptr);
     // Block 4097 would start past the last 16-bit id; it must not wrap round to block 1.

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <mutex>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -18,19 +20,16 @@ using kv::MSG;
 
 constexpr kv::UINT kRepost = kv::WM_USER + 100;  // the procedure answers it with kRepost + 1
 
-// What the procedure saw and on which thread.
-struct Call {
-    kv::WPARAM wParam;
-    kv::LPARAM lParam;
-    std::thread::id thread;
-};
+// What the procedure saw, wParam, lParam and the thread, in call order.
+using Call = std::tuple<kv::WPARAM, kv::LPARAM, std::thread::id>;
 std::mutex g_callsMutex;
 std::vector<Call> g_calls;
 
 kv::LRESULT RecordingProc(HWND hwnd, kv::UINT message, kv::WPARAM wParam, kv::LPARAM lParam) {
-    std::unique_lock lock(g_callsMutex);
-    g_calls.push_back({wParam, lParam, std::this_thread::get_id()});
-    lock.unlock();
+    {
+        std::lock_guard lock(g_callsMutex);
+        g_calls.emplace_back(wParam, lParam, std::this_thread::get_id());
+    }
     if (message == kRepost) kv::PostMessageA(hwnd, kRepost + 1, wParam, lParam);
     return static_cast<kv::LRESULT>(wParam) + 1;
 }
@@ -48,56 +47,51 @@ std::vector<MSG> Drain() {
     return messages;
 }
 
-// The result of `wait` while another thread runs `action` a little later.
-template <class Action, class Wait>
-kv::DWORD WaitWhile(Action action, Wait wait) {
+// The result of `wait` while another thread runs `action` 20 ms in. Without an action
+// the wait's own 100 ms must run out, by both clocks, and not before.
+kv::DWORD Timed(const std::function<kv::DWORD()>& wait, const std::function<void()>& action = {}) {
     std::thread other([&] {
         std::this_thread::sleep_for(20ms);
-        action();
+        if (action) action();
     });
     const auto start = Clock::now();
+    const kv::DWORD startTick = kv::GetTickCount();
     const kv::DWORD result = wait();
-    EXPECT_LT(Clock::now() - start, 10s);
+    const auto elapsed = Clock::now() - start;
     other.join();
+    if (action) {
+        EXPECT_LT(elapsed, 10s);
+    } else {
+        EXPECT_EQ(result, kv::WAIT_TIMEOUT);
+        EXPECT_GE(elapsed, 100ms);
+        EXPECT_GE(static_cast<kv::DWORD>(kv::GetTickCount() - startTick), 100U);
+    }
     return result;
 }
 
-// `wait` has a time-out of 100 ms: it must report it, and not before.
-template <class Wait>
-void ExpectTimeOut(Wait wait) {
-    const auto start = Clock::now();
-    const kv::DWORD startTick = kv::GetTickCount();
-    EXPECT_EQ(wait(), 258U);
-    EXPECT_GE(Clock::now() - start, 100ms);
-    EXPECT_GE(static_cast<kv::DWORD>(kv::GetTickCount() - startTick), 100U);
+kv::DWORD MsgWait(kv::DWORD count, const HANDLE* handles, kv::DWORD milliseconds) {
+    return kv::MsgWaitForMultipleObjectsEx(count, handles, milliseconds, kv::QS_ALLINPUT, 0);
 }
 
 TEST(WindowTest, PostFromAnotherThreadRunsOnTheOwnerThreadOnly) {
     TakeCalls();
     const HWND window = kv::CreateHostWindow(RecordingProc);
     ASSERT_TRUE(kv::IsWindow(window));
-    kv::BOOL posted = kv::FALSE;
-    kv::BOOL posterSaw = kv::TRUE;
-    std::thread poster([&] {
+    kv::BOOL posted = kv::FALSE, posterSaw = kv::TRUE;
+    std::thread([&] {
         posted = kv::PostMessageA(window, kv::WM_USER + 1, 42, -7);
         MSG msg{};
         posterSaw = kv::PeekMessageA(&msg, nullptr, 0, 0, kv::PM_REMOVE);
-    });
-    poster.join();
+    }).join();
     EXPECT_TRUE(posted);
     EXPECT_FALSE(posterSaw);
     EXPECT_TRUE(TakeCalls().empty());  // nothing runs before the owner dispatches
 
     const std::vector<MSG> received = Drain();
     ASSERT_EQ(received.size(), 1U);
-    EXPECT_EQ(received[0].hwnd, window);
-    EXPECT_EQ(received[0].message, kv::WM_USER + 1);
+    EXPECT_TRUE(received[0].hwnd == window && received[0].message == kv::WM_USER + 1);
     EXPECT_EQ(kv::DispatchMessageA(&received[0]), 43);
-    const std::vector<Call> calls = TakeCalls();
-    ASSERT_EQ(calls.size(), 1U);
-    EXPECT_EQ(calls[0].wParam, 42U);
-    EXPECT_EQ(calls[0].lParam, -7);
-    EXPECT_EQ(calls[0].thread, std::this_thread::get_id());
+    EXPECT_EQ(TakeCalls(), (std::vector<Call>{{42, -7, std::this_thread::get_id()}}));
 
     // A procedure may post while it is being dispatched.
     ASSERT_TRUE(kv::PostMessageA(window, kRepost, 9, 0));
@@ -108,19 +102,18 @@ TEST(WindowTest, PostFromAnotherThreadRunsOnTheOwnerThreadOnly) {
     kv::DestroyHostWindow(window);
 }
 
-TEST(WindowTest, PeekFiltersByWindowAndRangeAndKeepsOrder) {
-    const HWND w1 = kv::CreateHostWindow(RecordingProc);
-    const HWND w2 = kv::CreateHostWindow(RecordingProc);
-    kv::PostMessageA(w1, kv::WM_USER + 1, 1, 0);
-    kv::PostMessageA(w2, kv::WM_USER + 2, 2, 0);
-    kv::PostMessageA(w1, kv::WM_USER + 3, 3, 0);
-    kv::PostMessageA(w1, kv::WM_COMMAND, 4, 0);
-    kv::PostMessageA(w1, kv::WM_USER + 1, 5, 0);
+TEST(WindowTest, PeekFiltersByWindowAndRangeAndKeepsTheOrderAcrossWindows) {
+    const HWND w1 = kv::CreateHostWindow(RecordingProc), w2 = kv::CreateHostWindow(RecordingProc);
+    kv::WPARAM n = 0;  // wParam 1 to 5
+    for (const auto& [hwnd, message] : {std::pair{w1, kv::WM_USER + 1}, {w2, kv::WM_USER + 2}, {w1, kv::WM_USER + 3},
+                                        {w1, kv::WM_COMMAND}, {w1, kv::WM_USER + 1}})
+        kv::PostMessageA(hwnd, message, ++n, 0);
     // The wParam of the first match, 0 for none.
     const auto peek = [](HWND hwnd, kv::UINT first, kv::UINT last, kv::UINT remove) {
         MSG msg{};
         return kv::PeekMessageA(&msg, hwnd, first, last, remove) ? msg.wParam : 0;
     };
+    EXPECT_EQ(peek(nullptr, 0, kv::WM_COMMAND, kv::PM_NOREMOVE), 4U);  // 0 and 0 alone mean every message
     EXPECT_EQ(peek(w2, 0, 0, kv::PM_NOREMOVE), 2U);
     EXPECT_EQ(peek(w2, 0, 0, kv::PM_NOREMOVE), 2U);  // still there
     EXPECT_EQ(peek(nullptr, kv::WM_USER + 3, kv::WM_USER + 3, kv::PM_REMOVE), 3U);
@@ -131,22 +124,13 @@ TEST(WindowTest, PeekFiltersByWindowAndRangeAndKeepsOrder) {
     std::vector<kv::WPARAM> rest;
     for (const MSG& m : Drain()) rest.push_back(m.wParam);
     EXPECT_EQ(rest, (std::vector<kv::WPARAM>{2, 5}));
-
-    std::thread poster([&] {
-        for (kv::WPARAM i = 0; i < 500; ++i) kv::PostMessageA(i % 2 == 0 ? w1 : w2, kv::WM_USER, i, 0);
-    });
-    poster.join();
-    const std::vector<MSG> received = Drain();
-    ASSERT_EQ(received.size(), 500U);
-    for (std::size_t i = 0; i < received.size(); ++i) EXPECT_EQ(received[i].wParam, i);
     kv::DestroyHostWindow(w1);
     kv::DestroyHostWindow(w2);
 }
 
 TEST(WindowTest, DestroyedWindowIsDeadAndItsMessagesAreDiscarded) {
     TakeCalls();
-    const HWND window = kv::CreateHostWindow(RecordingProc);
-    const HWND other = kv::CreateHostWindow(RecordingProc);
+    const HWND window = kv::CreateHostWindow(RecordingProc), other = kv::CreateHostWindow(RecordingProc);
     kv::PostMessageA(window, kv::WM_USER, 1, 0);
     kv::PostMessageA(other, kv::WM_USER, 2, 0);
     MSG stale{};
@@ -166,37 +150,30 @@ TEST(WindowTest, DestroyedWindowIsDeadAndItsMessagesAreDiscarded) {
 
     // The windows of a thread end with the thread.
     HWND threadWindow = nullptr;
-    std::thread owner([&] { threadWindow = kv::CreateHostWindow(RecordingProc); });
-    owner.join();
+    std::thread([&] { threadWindow = kv::CreateHostWindow(RecordingProc); }).join();
     EXPECT_FALSE(kv::PostMessageA(threadWindow, kv::WM_USER, 0, 0));
 }
 
-TEST(MessageWaitTest, PostOrEventFromAnotherThreadEndsTheWait) {
+TEST(MessageWaitTest, PostOrEventFromAnotherThreadEndsTheWaitOtherwiseItTimesOut) {
     const HWND window = kv::CreateHostWindow(RecordingProc);
     const HANDLE event = kv::CreateEventA(nullptr, kv::FALSE, kv::FALSE, nullptr);
     const auto post = [&] { kv::PostMessageA(window, kv::WM_USER, 5, 0); };
     const auto set = [&] { kv::SetEvent(event); };
-    const auto pump = [&](kv::DWORD count) {
-        return [&, count] { return kv::MsgWaitForMultipleObjectsEx(count, &event, 20000, kv::QS_ALLINPUT, 0); };
-    };
     Drain();
-    EXPECT_EQ(WaitWhile(post, pump(0)), kv::WAIT_OBJECT_0);
+    EXPECT_EQ(Timed([&] { return MsgWait(0, &event, 20000); }, post), kv::WAIT_OBJECT_0);
     EXPECT_EQ(Drain().size(), 1U);
-    EXPECT_EQ(WaitWhile(post, pump(1)), kv::WAIT_OBJECT_0 + 1);
+    EXPECT_EQ(Timed([&] { return MsgWait(1, &event, 20000); }, post), kv::WAIT_OBJECT_0 + 1);
     EXPECT_EQ(Drain().size(), 1U);
-    EXPECT_EQ(WaitWhile(set, pump(1)), kv::WAIT_OBJECT_0);
-    EXPECT_EQ(WaitWhile(set, [&] { return kv::WaitForMultipleObjects(1, &event, kv::FALSE, 20000); }),
-              kv::WAIT_OBJECT_0);
+    EXPECT_EQ(Timed([&] { return MsgWait(1, &event, 20000); }, set), kv::WAIT_OBJECT_0);
+    EXPECT_EQ(Timed([&] { return kv::WaitForMultipleObjects(1, &event, kv::FALSE, 20000); }, set), kv::WAIT_OBJECT_0);
     kv::CloseHandle(event);
     kv::DestroyHostWindow(window);
-}
 
-TEST(MessageWaitTest, WithoutInputTheWaitKeepsToItsTimeOut) {
+    // Without input the wait keeps to its time-out.
     const HANDLE never = kv::CreateEventA(nullptr, kv::TRUE, kv::FALSE, nullptr);
-    Drain();
-    ExpectTimeOut([&] { return kv::MsgWaitForMultipleObjectsEx(0, nullptr, 100, kv::QS_ALLINPUT, 0); });
-    ExpectTimeOut([&] { return kv::MsgWaitForMultipleObjectsEx(1, &never, 100, kv::QS_ALLINPUT, 0); });
-    ExpectTimeOut([&] { return kv::WaitForSingleObject(never, 100); });
+    Timed([&] { return MsgWait(0, nullptr, 100); });
+    Timed([&] { return MsgWait(1, &never, 100); });
+    Timed([&] { return kv::WaitForSingleObject(never, 100); });
 
     // A message for another thread's window wakes that thread, not this one.
     HWND foreign = nullptr;
@@ -206,12 +183,12 @@ TEST(MessageWaitTest, WithoutInputTheWaitKeepsToItsTimeOut) {
     std::thread owner([&] {
         foreign = kv::CreateHostWindow(RecordingProc);
         kv::SetEvent(ready);
-        foreignResult = kv::MsgWaitForMultipleObjectsEx(1, &never, 20000, kv::QS_ALLINPUT, 0);
+        foreignResult = MsgWait(1, &never, 20000);
         foreignReceived = Drain().size();
     });
     ASSERT_EQ(kv::WaitForSingleObject(ready, 20000), kv::WAIT_OBJECT_0);
     EXPECT_TRUE(kv::PostMessageA(foreign, kv::WM_USER, 77, 0));
-    ExpectTimeOut([&] { return kv::MsgWaitForMultipleObjectsEx(0, nullptr, 100, kv::QS_ALLINPUT, 0); });
+    Timed([&] { return MsgWait(0, nullptr, 100); });
     owner.join();
     EXPECT_EQ(foreignResult, kv::WAIT_OBJECT_0 + 1);
     EXPECT_EQ(foreignReceived, 1U);
@@ -222,21 +199,23 @@ TEST(MessageWaitTest, WithoutInputTheWaitKeepsToItsTimeOut) {
 TEST(EventTest, AutoResetAndManualResetEvents) {
     const HANDLE autoReset = kv::CreateEventA(nullptr, kv::FALSE, kv::TRUE, nullptr);
     const HANDLE manual = kv::CreateEventA(nullptr, kv::TRUE, kv::FALSE, nullptr);
-    EXPECT_EQ(kv::WaitForSingleObject(autoReset, 0), kv::WAIT_OBJECT_0);
-    EXPECT_EQ(kv::WaitForSingleObject(autoReset, 0), kv::WAIT_TIMEOUT);  // the wait consumed it
-    kv::SetEvent(manual);
-    EXPECT_EQ(kv::WaitForSingleObject(manual, 0), kv::WAIT_OBJECT_0);
     const HANDLE both[] = {autoReset, manual};
-    EXPECT_EQ(kv::WaitForMultipleObjects(2, both, kv::FALSE, 0), kv::WAIT_OBJECT_0 + 1);
-    EXPECT_EQ(kv::WaitForMultipleObjects(2, both, kv::TRUE, 0), kv::WAIT_TIMEOUT);
+    const auto wait = [](HANDLE h) { return kv::WaitForSingleObject(h, 0); };
+    const auto waitBoth = [&](kv::BOOL all) { return kv::WaitForMultipleObjects(2, both, all, 0); };
+    EXPECT_EQ(wait(autoReset), kv::WAIT_OBJECT_0);
+    EXPECT_EQ(wait(autoReset), kv::WAIT_TIMEOUT);  // the wait consumed it
+    kv::SetEvent(manual);
+    EXPECT_EQ(wait(manual), kv::WAIT_OBJECT_0);
+    EXPECT_EQ(waitBoth(kv::FALSE), kv::WAIT_OBJECT_0 + 1);
+    EXPECT_EQ(waitBoth(kv::TRUE), kv::WAIT_TIMEOUT);
     kv::SetEvent(autoReset);
-    EXPECT_EQ(kv::WaitForMultipleObjects(2, both, kv::TRUE, 0), kv::WAIT_OBJECT_0);
-    EXPECT_EQ(kv::WaitForSingleObject(autoReset, 0), kv::WAIT_TIMEOUT);
+    EXPECT_EQ(waitBoth(kv::TRUE), kv::WAIT_OBJECT_0);
+    EXPECT_EQ(wait(autoReset), kv::WAIT_TIMEOUT);
     kv::ResetEvent(manual);
-    EXPECT_EQ(kv::WaitForSingleObject(manual, 0), kv::WAIT_TIMEOUT);
+    EXPECT_EQ(wait(manual), kv::WAIT_TIMEOUT);
     EXPECT_TRUE(kv::CloseHandle(manual));
     EXPECT_FALSE(kv::SetEvent(manual));
-    EXPECT_EQ(kv::WaitForSingleObject(manual, 0), kv::WAIT_FAILED);
+    EXPECT_EQ(wait(manual), kv::WAIT_FAILED);
     kv::CloseHandle(autoReset);
 }
 

@@ -4,49 +4,19 @@
 #include <optional>
 #include <type_traits>
 #include <variant>
-#include <vector>
 
 #include "Kv_Data.h"
 
 namespace {
 
 using namespace kv;
-using Ref = std::variant<double*, DWORD*, int*, WORD*, CString*>;
-using Value = std::variant<double, DWORD, int, WORD, CString>;
-
-// Everything SetConstantsFromKavorType writes, and what the tests set around it.
-const Ref kTouched[] = {
-    &glob_dwKavorType, &glob_nComboRangeU, &glob_dKI2, &cstUStep, &cstUDigitAfterComma,
-    &glob_dwTimeRPORPVOfTripOutputContact, &glob_dwCounterRPORPVOfTripOutputContact, &cVectorIa1, &cVectorIb1,
-    &cVectorIc1, &cVectorU4, &cBackground, &cEllipse, &cFont, &cGrig, &cOs, &cNoCheckVector, &glob_StrFileNameTrase,
-    &glob_StrFileNameContact, &glob_StrFileNameContactOut, &glob_StrFileNameOption, &glob_StrFileNameCoeff,
-    &glob_StrFileNameOk, &glob_StrFileNameIni, &glob_StrFileNameArmIni, &glob_StrFileNameError, &cstMaxCont,
-    &cstInCont_32_8, &cstInCont_32_8_noGOOSE, &cstOutCont_8_4_noGOOSE, &cstHDigitAfterComma, &cstFDigitAfterComma,
-    &cstHStep, &cstFStep, &defR20, &defN20, &def_A, &def_xA, &def_x, &defKavorFineNumber, &defKavorNewCP, &defImax,
-    &cstImax, &globImax, &globImax2, &globImaxdc, &globUmax, &globUmaxAB, &globUmaxABdc, &regim1ADC_fMul,
-    &regim2ADC_fMul, &regim3ADC_fMul, &regim4ADC_fMul, &cstHmax, &cstHmaxI, &cstHmaxU, &cstHmax800, &defUmax,
-    &cstUmax, &cstUmaxKzAB, &cstUmaxAB, &cstUmaxABdc, &cstImaxdc, &cstImaxDC3, &cstMaxOutContRaal, &cstMaxOldOutCont,
-    &cstMaxInCont, &cstNowOutCont, &glob_dwWatchDogTimeOut, &glob_dwWatchDogTimeOutComp, &glob_dwKavorDriverTimeOut,
-    &glob_nAccountOfErrorKavorDriver, &glob_nAccountOfErrorKavorAvary,
-};
-
+// This program holds these tests alone: the globals they rewrite need no restoring.
 class DeviceConstants : public ::testing::Test {
 protected:
-    void SetUp() override {
-        for (const Ref& ref : kTouched) m_saved.push_back(std::visit([](auto* g) { return Value(*g); }, ref));
-    }
-    void TearDown() override { Restore(); }
-    void Restore() const {
-        for (std::size_t k = 0; k < std::size(kTouched); ++k)
-            std::visit([&](auto* g) { *g = std::get<std::remove_pointer_t<decltype(g)>>(m_saved[k]); }, kTouched[k]);
-    }
     static int Call(DWORD type) {
         glob_dwKavorType = type;
         return SetConstantsFromKavorType();
     }
-
-private:
-    std::vector<Value> m_saved;
 };
 
 using NumberRef = std::variant<double*, DWORD*, int*, WORD*>;
@@ -83,7 +53,6 @@ const Probe kProbes[] = {
 
 TEST_F(DeviceConstants, EachTypeWritesItsValuesAndKeepsTheRest) {
     for (std::size_t t = 0; t < kTypes.size(); ++t) {
-        Restore();
         for (const Probe& p : kProbes)
             std::visit([](auto* g) { *g = static_cast<std::remove_pointer_t<decltype(g)>>(kSentinel); }, p.global);
         glob_StrFileNameTrase = glob_StrFileNameError = defR20 = "?";

@@ -12,6 +12,9 @@ namespace {
 using kv::CValueIU;
 using Fields = std::array<double, 24>;
 
+// Twenty-four doubles in field order: the byte images below are the layout test.
+static_assert(sizeof(CValueIU) == sizeof(Fields));
+
 Fields FieldsOf(const CValueIU& v) {
     Fields f{};
     std::memcpy(f.data(), &v, sizeof v);
@@ -30,14 +33,6 @@ void FillSequenceBlock(CValueIU& v, double value) {
 }
 
 constexpr std::array<double, 12> kOneToTwelve = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-
-TEST(CValueIU, LayoutIsTwentyFourDoublesInFieldOrder) {
-    static_assert(sizeof(CValueIU) == 24 * sizeof(double));
-    const std::size_t offsets[] = {offsetof(CValueIU, dI),    offsetof(CValueIU, dFiI),   offsetof(CValueIU, dU),
-                                   offsetof(CValueIU, dFiU),  offsetof(CValueIU, dSimI),  offsetof(CValueIU, dSimFiI),
-                                   offsetof(CValueIU, dSimU), offsetof(CValueIU, dSimFiU)};
-    for (std::size_t k = 0; k < 8; ++k) EXPECT_EQ(offsets[k], 3 * k * sizeof(double)) << k;
-}
 
 TEST(CValueIU, ConstructorsOrderTheirArgumentsDifferently) {
     EXPECT_EQ(FieldsOf(CValueIU()), Fields{});
@@ -71,15 +66,9 @@ TEST(CValueIU, SetValueAndAssignmentKeepTheTargetsSequenceBlockButCopiesCarryIt)
 
 TEST(CValueIU, GettersNumberCurrentsBeforeVoltagesAndAnswerMinusOneOutside) {
     const CValueIU v(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12);
-    EXPECT_EQ(v.GetI(2), 3);
-    EXPECT_EQ(v.GetFiI(1), 5);
-    EXPECT_EQ(v.GetU(1), 8);
-    EXPECT_EQ(v.GetFiU(2), 12);
-    const double ui[6] = {1, 2, 3, 7, 8, 9};
-    const double fui[6] = {4, 5, 6, 10, 11, 12};
-    for (int n = 0; n < 6; ++n) {
-        EXPECT_EQ(v.GetUI(n), ui[n]) << n;
-        EXPECT_EQ(v.GetFUI(n), fui[n]) << n;
+    for (int n = 0; n < 3; ++n) {
+        EXPECT_TRUE(v.GetI(n) == n + 1 && v.GetFiI(n) == n + 4 && v.GetU(n) == n + 7 && v.GetFiU(n) == n + 10) << n;
+        EXPECT_TRUE(v.GetUI(n) == n + 1 && v.GetFUI(n) == n + 4 && v.GetUI(n + 3) == n + 7 && v.GetFUI(n + 3) == n + 10);
     }
     for (const int bad : {-1, 3, INT_MIN, INT_MAX}) {
         const int combined = bad == 3 ? 6 : bad;  // the first index past the end of each

@@ -15,8 +15,6 @@ namespace {
 using kv::CValueIU;
 
 constexpr unsigned short kCurrents = 1, kVoltages = 2, kBoth = 3;
-// What is left of a balanced set of unit magnitude in the sequences it does not contain.
-constexpr double kResidue = 1e-12;
 
 auto Globals() { return std::tie(kv::globImax, kv::globUmax, kv::glob_bArm, kv::glob_bEnableAbsAngle); }
 
@@ -27,6 +25,7 @@ protected:
     void TearDown() override { Globals() = saved; }
     std::tuple<double, double, int, int> saved = Globals();
 };
+class Line : public Symmetrical {};
 
 void ExpectPhasor(double m, double fi, double expectedM, double expectedFi, double tol = 1e-12) {
     EXPECT_NEAR(m, expectedM, tol);
@@ -35,19 +34,8 @@ void ExpectPhasor(double m, double fi, double expectedM, double expectedFi, doub
 
 bool SameBits(const CValueIU& a, const CValueIU& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
-// ---- FazToSim ----
-
-TEST_F(Symmetrical, BalancedSetIsPurePositiveSequenceAndOnePhaseSplitsInThree) {
-    CValueIU v(1, 1, 1, 0, 240, 120, 57.735, 57.735, 57.735, 30, 270, 150);
-    EXPECT_EQ(kv::FazToSim(v, kBoth), 1);
-    ExpectPhasor(v.dI[0], v.dFiI[0], 1, 0);
-    // The literal factor turns 240 degrees into 4.18879020478560 rad, 8e-13 short of
-    // 4/3 pi, so the residues are of that order rather than of the last digit.
-    EXPECT_LT(std::fmax(v.dI[1], v.dI[2]), kResidue);
-    ExpectPhasor(v.dU[0], v.dFiU[0], 57.735, 30, 1e-11);
-    EXPECT_LT(std::fmax(v.dU[1], v.dU[2]), 57.735 * kResidue);
-
-    for (const int arm : {0, 1}) {  // with 3I0 only the zero sequence is left undivided
+TEST_F(Symmetrical, OnePhaseSplitsInThreeAndWithArmTheZeroSequenceIsLeftUndivided) {
+    for (const int arm : {0, 1}) {
         kv::glob_bArm = arm;
         CValueIU one(1, 0, 0, 0, 0, 0);
         EXPECT_EQ(kv::FazToSim(one, kCurrents), 1);
@@ -96,22 +84,6 @@ TEST_F(Symmetrical, AnglesAreThoseOfAtan2WhenAbsAngleIsOff) {
     EXPECT_NEAR(phases.dFiU[2], 120, 1e-9);
 }
 
-// ---- SimToFaz ----
-
-TEST_F(Symmetrical, RoundTripRestoresThePhases) {
-    for (const int arm : {0, 1}) {
-        kv::glob_bArm = arm;
-        const CValueIU phases(3, 1.5, 4, 20, 200, 95, 57, 63, 49, 10, 250, 130);
-        CValueIU v = phases;
-        EXPECT_EQ(kv::FazToSim(v, kBoth), 1);
-        EXPECT_EQ(kv::SimToFaz(v, kBoth), 1);
-        for (std::size_t k = 0; k < 3; ++k) {
-            ExpectPhasor(v.dI[k], v.dFiI[k], phases.dI[k], phases.dFiI[k], 1e-10);
-            ExpectPhasor(v.dU[k], v.dFiU[k], phases.dU[k], phases.dFiU[k], 1e-10);
-        }
-    }
-}
-
 TEST_F(Symmetrical, ArmDivisionActsOnBothWorkingCopiesNotOnTheRecord) {
     kv::glob_bArm = 1;
     // Zero sequence alone: 3I0 = 3 gives I0 = 1 in every phase; the voltages' 3U0 = 150
@@ -129,37 +101,25 @@ TEST_F(Symmetrical, ArmDivisionActsOnBothWorkingCopiesNotOnTheRecord) {
     EXPECT_TRUE(SameBits(unchanged, record));
 }
 
-// ---- Limits ----
-
-TEST_F(Symmetrical, SimToFazHasAMarginFazToSimHasNone) {
+TEST_F(Symmetrical, SimToFazHasAMarginTheOthersHaveNone) {
+    // 0.00005 over both limits passes SimToFaz, and nothing else.
     CValueIU sequence(20.00005, 0, 0, 0, 0, 0, 120.00005, 0, 0, 0, 0, 0);
     EXPECT_EQ(kv::SimToFaz(sequence, kBoth), 1);
-    EXPECT_NEAR(sequence.dI[1], 20.00005, 1e-9);
-    EXPECT_NEAR(sequence.dU[2], 120.00005, 1e-9);
     CValueIU over(20.0002, 0, 0, 0, 0, 0);
     EXPECT_EQ(kv::SimToFaz(over, kCurrents), 0);
     EXPECT_NEAR(over.dFiI[1], 240, 1e-9);  // converted all the same
 
-    CValueIU phases(20.00005, 20.00005, 20.00005, 0, 240, 120, 120.00005, 120.00005, 120.00005, 0, 0, 0);
-    CValueIU volts = phases, another = phases;
-    EXPECT_EQ(kv::FazToSim(phases, kCurrents), 0);
-    EXPECT_NEAR(phases.dI[0], 20.00005, 1e-9);
-    EXPECT_LT(phases.dI[1], 20 * kResidue);
-    EXPECT_EQ(kv::FazToSim(volts, kVoltages), 0);
-    EXPECT_NEAR(volts.dU[2], 120.00005, 1e-9);
-    EXPECT_EQ(kv::FazToSimAnotherFields(another), 0);  // the sequence-block routines have none either
-    EXPECT_NEAR(another.dSimI[0], 20.00005, 1e-9);
-    CValueIU components;
+    const CValueIU currents(20.00005, 20.00005, 20.00005, 0, 240, 120);
+    const CValueIU voltages(0, 0, 0, 0, 0, 0, 120.00005, 120.00005, 120.00005, 0, 240, 120);
+    CValueIU i = currents, u = voltages, another = currents, components;
+    EXPECT_EQ(kv::FazToSim(i, kCurrents), 0);
+    EXPECT_EQ(kv::FazToSim(u, kVoltages), 0);
+    EXPECT_EQ(kv::FazToSimAnotherFields(another), 0);
     components.dSimU[0] = 120.00005;
     EXPECT_EQ(kv::SimToFazAnotherFields(components), 0);
-    EXPECT_NEAR(components.dU[1], 120.00005, 1e-9);
 }
 
 TEST_F(Symmetrical, BothGroupsAreCheckedWhateverTheMaskAndNotANumberPasses) {
-    CValueIU v(1, 0, 0, 0, 0, 0, 130, 0, 0, 0, 0, 0);
-    EXPECT_EQ(kv::FazToSim(v, kCurrents), 0);
-    ExpectPhasor(v.dI[2], v.dFiI[2], 1.0 / 3, 0);
-    EXPECT_EQ(v.dU[0], 130);
     for (const int mask : {0, 4, 0xFFFC}) {  // neither bit 0 nor bit 1
         SCOPED_TRACE(mask);
         CValueIU over(1, 0, 0, 0, 0, 0, 130, 0, 0, 0, 0, 0);
@@ -187,8 +147,6 @@ TEST_F(Symmetrical, CheckSubtractsItsMarginThenCompares) {
     EXPECT_EQ(kv::IcheckSimToFaz(0, 0, 0, 0, 30, 0, 29.998), 0);
 }
 
-// ---- The sequence block ----
-
 TEST_F(Symmetrical, AnotherFieldsKeepPhasesAndComponentsApart) {
     kv::glob_bArm = 1;  // not consulted by either routine
     const CValueIU phases(3, 0, 0, 0, 0, 0, 57.735, 57.735, 57.735, 10, 250, 130);
@@ -199,10 +157,7 @@ TEST_F(Symmetrical, AnotherFieldsKeepPhasesAndComponentsApart) {
     ExpectPhasor(v.dSimU[0], v.dSimFiU[0], 57.735, 10, 1e-11);
 
     // Components with no rounding residues, so that every angle on the way back is defined.
-    v.dSimU[1] = 20;
-    v.dSimFiU[1] = 75;
-    v.dSimU[2] = 5;
-    v.dSimFiU[2] = 300;
+    v.dSimU[1] = 20, v.dSimFiU[1] = 75, v.dSimU[2] = 5, v.dSimFiU[2] = 300;
     v.dI[0] = v.dFiU[1] = 99;
     const CValueIU components = v;
     EXPECT_EQ(kv::SimToFazAnotherFields(v), 1);
@@ -211,9 +166,61 @@ TEST_F(Symmetrical, AnotherFieldsKeepPhasesAndComponentsApart) {
     EXPECT_LT(std::fmax(v.dI[1], v.dI[2]), 1e-12);
     // 57.735 at 10, 20 at 75 and 5 at 300, summed by hand; U0 is not divided by 3.
     const double u[3][2] = {{69.2124903, 21.1867085}, {73.5003215, 240.1664838}, {32.8987021, 128.4761558}};
-    for (std::size_t k = 0; k < 3; ++k) {
-        EXPECT_NEAR(v.dU[k], u[k][0], 1e-6);
-        EXPECT_NEAR(v.dFiU[k], u[k][1], 1e-6);
+    for (std::size_t k = 0; k < 3; ++k)
+        EXPECT_TRUE(std::fabs(v.dU[k] - u[k][0]) < 1e-6 && std::fabs(v.dFiU[k] - u[k][1]) < 1e-6) << v.dU[k];
+}
+
+TEST_F(Line, BalancedStarGivesLineVoltagesInOrderABBCCA) {
+    // From the phases, and from the positive sequence alone by way of the phases.
+    CValueIU star(0, 0, 0, 0, 0, 0, 57.735, 57.735, 57.735, 0, 240, 120);
+    CValueIU positive(0, 0, 0, 0, 0, 0, 57.735, 0, 0, 0, 0, 0);
+    EXPECT_EQ(kv::FazToLin(star, kVoltages), 1);
+    EXPECT_EQ(kv::SimToLin(positive, kBoth), 1);
+    for (const CValueIU* v : {&star, &positive}) {
+        const double fi[3] = {30, 270, 150};
+        for (std::size_t k = 0; k < 3; ++k) ExpectPhasor(v->dU[k], v->dFiU[k], 100, fi[k], 1e-3);
+    }
+}
+
+TEST_F(Line, AnglesAreOfTheForwardDifferenceWithTheComputedDegreeFactor) {
+    const double toRad = 3.141592653589793 / 180;
+    const double expected = std::atan2(std::sin(3 * toRad), std::cos(3 * toRad)) * (180 / 3.141592653589793);
+    // 3 degrees is one of the angles where the literal would leave other last digits.
+    EXPECT_NE(std::atan2(std::sin(3 * 0.01745329251994), std::cos(3 * 0.01745329251994)) / 0.01745329251994,
+              expected);
+    for (const int absAngle : {1, 0}) {
+        kv::glob_bEnableAbsAngle = absAngle;
+        CValueIU v(1, 0, 0, 3, 0, 0);
+        EXPECT_EQ(kv::FazToLin(v, kCurrents), 1);
+        EXPECT_EQ(v.dFiI[0], expected);          // A - B, not B - A at 183
+        ExpectPhasor(v.dI[1], v.dFiI[1], 0, 0);  // atan2(0, 0)
+        ExpectPhasor(v.dI[2], v.dFiI[2], 1, absAngle ? 183 : -177);  // folded into one turn only if enabled
+    }
+}
+
+TEST_F(Line, LimitsCoverBothGroupsWithoutMargin) {
+    CValueIU volts(0, 0, 0, 0, 0, 0, 100, 100, 100, 0, 240, 120);
+    EXPECT_EQ(kv::FazToLin(volts, kVoltages), 0);  // 173 V over 120
+    EXPECT_NEAR(volts.dU[0], 173.205, 1e-3);
+
+    // Currents alone converted, the voltages checked as they stand; with no group, nothing converted.
+    for (const unsigned short mask : {kCurrents, static_cast<unsigned short>(0)}) {
+        CValueIU mixed(1, 0, 0, 0, 0, 0, 130, 0, 0, 0, 0, 0);
+        EXPECT_EQ(kv::FazToLin(mixed, mask), 0);
+        EXPECT_EQ(mixed.dU[0], 130);
+        EXPECT_NEAR(mixed.dFiI[2], mask ? 180 : 0, 1e-9);
+    }
+    // AB = 20.00005 exactly: over, where SimToFaz's margin would pass it; the line values stay.
+    CValueIU justOver(20.00005, 0, 0, 0, 0, 0);
+    EXPECT_EQ(kv::FazToLin(justOver, kCurrents), 0);
+    EXPECT_EQ(justOver.dI[0], 20.00005);
+
+    // I0 = 25 A is over the phase limit, 3I0 = 25 A only 8.33 A a phase; the line currents are 0.
+    for (const int arm : {0, 1}) {
+        kv::glob_bArm = arm;
+        CValueIU zero(0, 0, 25, 0, 0, 0);
+        EXPECT_EQ(kv::SimToLin(zero, kCurrents), arm);
+        for (const double m : zero.dI) EXPECT_NEAR(m, 0, 1e-12);
     }
 }
 
