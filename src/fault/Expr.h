@@ -97,29 +97,60 @@ inline constexpr Expr Extra = V(Var::Extra);
 // √3 as the fault model uses it.
 inline constexpr double kSqrt3 = 1.7320508075688772;
 
-// The values of the working variables during one call.
+// The values of the working variables during one call, named as in Var, all 0 until
+// set. The constructor names every slot, so the compiler clears the block with plain
+// stores; an aggregate's zero-fill became a string instruction that cost more than a
+// short row's arithmetic.
 struct Work {
-    std::array<double, static_cast<std::size_t>(Var::count)> value{};
-    double& operator[](Var var) { return value[static_cast<std::size_t>(var)]; }
-    double operator[](Var var) const { return value[static_cast<std::size_t>(var)]; }
+    Work()
+        : U(0), I(0), Phi(0), Uh(0), Uf(0), Delta(0), Ux(0), Psi(0), Ub(0), Theta(0), Aux(0), Uhealthy(0), Ik(0),
+          Up(0), Nominal(0), Extra(0) {}
+
+    double U;
+    double I;
+    double Phi;
+    double Uh;
+    double Uf;
+    double Delta;
+    double Ux;
+    double Psi;
+    double Ub;
+    double Theta;
+    double Aux;
+    double Uhealthy;
+    double Ik;
+    double Up;
+    double Nominal;
+    double Extra;
+
+    double& operator[](Var var);
+    double operator[](Var var) const;
 };
 
-constexpr double Evaluate(const Expr& e, const Work& w) {
-    double result = 0.0;
-    for (std::size_t i = 0; i < e.count; ++i) {
-        const Term& t = e.terms[i];
-        const double x = t.var == Var::constant ? t.constant : w[t.var];
-        if (i == 0) {
-            result = x;
-            continue;
-        }
-        switch (t.op) {
-            case '+': result = result + x; break;
-            case '-': result = result - x; break;
-            case '*': result = result * x; break;
-            default: result = result / x; break;
-        }
+// The slot of each variable, in the order of Var after the constant.
+inline constexpr std::array<double Work::*, static_cast<std::size_t>(Var::count) - 1> kWorkSlots = {
+    &Work::U,  &Work::I,  &Work::Phi,   &Work::Uh,  &Work::Uf,       &Work::Delta, &Work::Ux,      &Work::Psi,
+    &Work::Ub, &Work::Theta, &Work::Aux, &Work::Uhealthy, &Work::Ik, &Work::Up,    &Work::Nominal, &Work::Extra};
+
+inline double& Work::operator[](Var var) { return this->*kWorkSlots[static_cast<std::size_t>(var) - 1]; }
+inline double Work::operator[](Var var) const { return this->*kWorkSlots[static_cast<std::size_t>(var) - 1]; }
+
+// One step of an expression: the value so far combined with the next operand.
+[[gnu::always_inline]] constexpr double Combine(char op, double soFar, double x) {
+    switch (op) {
+        case '+': return soFar + x;
+        case '-': return soFar - x;
+        case '*': return soFar * x;
+        default: return soFar / x;
     }
+}
+
+constexpr double Operand(const Term& t, const Work& w) { return t.var == Var::constant ? t.constant : w[t.var]; }
+
+// An expression known only at run time; the tables' own cells are compiled (Synthesis.h).
+constexpr double Evaluate(const Expr& e, const Work& w) {
+    double result = Operand(e.terms[0], w);
+    for (std::size_t i = 1; i < e.count; ++i) result = Combine(e.terms[i].op, result, Operand(e.terms[i], w));
     return result;
 }
 
@@ -139,5 +170,22 @@ constexpr Cell raw(double magnitude, double angle) { return raw(K(magnitude), K(
 constexpr Cell cell(const Expr& magnitude, double angle) { return cell(magnitude, K(angle)); }
 constexpr Cell raw(const Expr& magnitude, double angle) { return raw(magnitude, K(angle)); }
 inline constexpr Cell kNotWritten{};
+
+// The three current or the three voltage cells of a row, phases A, B, C.
+using Triple = std::array<Cell, 3>;
+
+constexpr bool Reads(const Expr& e, Var var) {
+    for (std::size_t i = 0; i < e.count; ++i)
+        if (e.terms[i].var == var) return true;
+    return false;
+}
+
+constexpr bool Reads(const Cell& c, Var var) {
+    return c.written && (Reads(c.magnitude, var) || Reads(c.angle, var));
+}
+
+constexpr bool Reads(const Triple& cells, Var var) {
+    return Reads(cells[0], var) || Reads(cells[1], var) || Reads(cells[2], var);
+}
 
 }  // namespace kv::fault

@@ -19,9 +19,6 @@ struct Outputs {
     std::array<double*, 3> voltageAngle;
 };
 
-// The three current or the three voltage cells of a row, phases A, B, C.
-using Triple = std::array<Cell, 3>;
-
 inline void WriteCurrents(const Triple& cells, const Work& w, const Outputs& out) {
     for (std::size_t k = 0; k < 3; ++k) WriteCell(cells[k], w, *out.current[k], *out.currentAngle[k]);
 }

@@ -25,15 +25,23 @@ struct PhaseRow {
     Prepare prepare = nullptr;
 };
 
-// Computes the row's own working values, then writes its cells; false, with nothing
-// written, when the row's routine refuses.
-bool Apply(const PhaseRow& row, Work& w, double& mA, double& fA, double& mB, double& fB, double& mC, double& fC) {
-    if (row.prepare != nullptr && !row.prepare(w)) return false;
-    WriteCell(row.a, w, mA, fA);
-    WriteCell(row.b, w, mB, fB);
-    WriteCell(row.c, w, mC, fC);
-    return true;
+constexpr bool Reads(const PhaseRow& row, Var var) {
+    return Reads(row.a, var) || Reads(row.b, var) || Reads(row.c, var);
 }
+
+// A row as a function: its own working values first (false, with nothing written, when
+// its routine refuses), then phases A, B and C.
+struct PhaseRule {
+    template <const auto& rows, std::size_t r>
+    static bool Row(Work& w, double& mA, double& fA, double& mB, double& fB, double& mC, double& fC) {
+        constexpr Prepare prepare = rows[r].prepare;
+        if (prepare != nullptr && !prepare(w)) return false;
+        WriteCellAt<CellAt<rows, r, &PhaseRow::a>>(w, mA, fA);
+        WriteCellAt<CellAt<rows, r, &PhaseRow::b>>(w, mB, fB);
+        WriteCellAt<CellAt<rows, r, &PhaseRow::c>>(w, mC, fC);
+        return true;
+    }
+};
 
 // Voltage codes that bypass the limiting. 11 and 99 share their rows with 51 and 50 and
 // are limited all the same.
@@ -108,6 +116,13 @@ constexpr PhaseRow kCurrentRows[] = {
     {On(74),                    cell(I, 0),               cell(I, 240),             cell(0, 120)},
 };
 
+using ApplyRow = bool (*)(Work&, double&, double&, double&, double&, double&, double&);
+using VoltageRows = CompiledRows<kVoltageRows, PhaseRule, ApplyRow>;
+using IsolatedNeutralRows = CompiledRows<kIsolatedNeutralRows, PhaseRule, ApplyRow>;
+using CurrentRows = CompiledRows<kCurrentRows, PhaseRule, ApplyRow>;
+
+constexpr LoopCodes kLoop = LoopCodes::Of<VoltageRows, IsolatedNeutralRows>();
+
 }  // namespace
 }  // namespace kv::fault
 
@@ -146,7 +161,7 @@ int SetUFaza(int code, double U, double phi, double& UA, double& fiA, double& UB
         } else if (U > cstUmax100) {
             Uh = Uf = U / fault::kSqrt3;  // a symmetrical system of line voltage U
             delta = 0;
-        } else {
+        } else if (fault::kLoop.Places(code)) {
             // The faulted loop at line voltage U, the healthy phase at nominal: U = 100
             // gives the healthy star (δ = 0), U = 0 both faulted phases at Uh/2 (δ = 60).
             Uf = 0.5 * std::sqrt(U * U + Uh * Uh);
@@ -155,23 +170,21 @@ int SetUFaza(int code, double U, double phi, double& UA, double& fiA, double& UB
     }
 
     fault::Work w;
-    w[Var::U] = U;
-    w[Var::Phi] = phi;
-    w[Var::Uh] = Uh;
-    w[Var::Uf] = Uf;
-    w[Var::Delta] = delta;
-    w[Var::Nominal] = cst58V;
+    w.U = U;
+    w.Phi = phi;
+    w.Uh = Uh;
+    w.Uf = Uf;
+    w.Delta = delta;
+    w.Nominal = cst58V;
 
     // 93-95 write all six outputs here and then, having no row in the main table, still
     // answer 3; callers read the outputs regardless.
-    if (const fault::PhaseRow* row = fault::FindRow(fault::kIsolatedNeutralRows, code))
-        fault::Apply(*row, w, UA, fiA, UB, fiB, UC, fiC);
+    if (const fault::ApplyRow isolated = fault::IsolatedNeutralRows::Find(code)) isolated(w, UA, fiA, UB, fiB, UC, fiC);
 
-    const fault::PhaseRow* row =
-        static_cast<unsigned>(code) > 123U ? nullptr : fault::FindRow(fault::kVoltageRows, code);
+    const fault::ApplyRow row = static_cast<unsigned>(code) > 123U ? nullptr : fault::VoltageRows::Find(code);
     if (row == nullptr) return 3;
     if (code == 123 && fault::A1Enabled()) glob_bFault_A1_Enable = 1;
-    if (!fault::Apply(*row, w, UA, fiA, UB, fiB, UC, fiC)) return 1;
+    if (!row(w, UA, fiA, UB, fiB, UC, fiC)) return 1;
     return r;
 }
 
@@ -185,15 +198,14 @@ int SetIFaza(int code, double I, double phi, double& IA, double& fiA, double& IB
     if (I > globImax) r = 2;  // reported, never limited
 
     // An unhandled code answers 3 even when the current was too large.
-    const fault::PhaseRow* row =
-        static_cast<unsigned>(code) > 123U ? nullptr : fault::FindRow(fault::kCurrentRows, code);
+    const fault::ApplyRow row = static_cast<unsigned>(code) > 123U ? nullptr : fault::CurrentRows::Find(code);
     if (row == nullptr) return 3;
     if (code == 123 && fault::A1Enabled()) glob_bFault_A1_Enable = 1;
 
     fault::Work w;
-    w[Var::I] = I;
-    w[Var::Phi] = phi;
-    fault::Apply(*row, w, IA, fiA, IB, fiB, IC, fiC);
+    w.I = I;
+    w.Phi = phi;
+    row(w, IA, fiA, IB, fiB, IC, fiC);
     return r;
 }
 

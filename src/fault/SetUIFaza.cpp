@@ -19,8 +19,6 @@ namespace fault {
 
 namespace {
 
-constexpr std::size_t kCodeCount = 133;  // codes 0 to 132
-
 // One row of a table: the codes that share it, then IA, IB, IC and UA, UB, UC.
 struct Entry {
     Codes codes;
@@ -206,48 +204,39 @@ constexpr Entry kNegativeSequence[] = {
      {cell(Ux, K(120) + Phi + 180 - Psi), cell(Nominal, K(120) + Phi), cell(Ux, K(120) + Phi + 180 + Psi)}},
 };
 
-// Code -> its row; the computed codes and the codes without a row have none. A code in
-// two rows, or out of range, does not compile.
-template <std::size_t N>
-constexpr void AddRows(std::array<const Entry*, kCodeCount>& index, const Entry (&table)[N]) {
-    for (const Entry& e : table) {
-        for (std::size_t k = 0; k < e.codes.count; ++k) {
-            const int code = e.codes.list[k];
-            if (code < 0 || static_cast<std::size_t>(code) >= kCodeCount) throw "fault code out of range";
-            if (index[static_cast<std::size_t>(code)] != nullptr) throw "fault code in two rows";
-            index[static_cast<std::size_t>(code)] = &e;
-        }
+constexpr bool Reads(const Entry& row, Var var) { return Reads(row.currents, var) || Reads(row.voltages, var); }
+
+// A row as a function: the currents, then the voltages.
+struct EntryRule {
+    template <const auto& rows, std::size_t r>
+    static void Row(const Work& w, const Outputs& out) {
+        WriteTripleAt<rows, r, &Entry::currents>(w, out.current, out.currentAngle);
+        WriteTripleAt<rows, r, &Entry::voltages>(w, out.voltage, out.voltageAngle);
     }
-}
+};
 
-constexpr std::array<const Entry*, kCodeCount> BuildIndex() {
-    std::array<const Entry*, kCodeCount> index{};
-    AddRows(index, kSinglePhase);
-    AddRows(index, kPhaseToPhase);
-    AddRows(index, kThreePhase);
-    AddRows(index, kSingleOutput);
-    return index;
-}
+using WriteFn = void (*)(const Work&, const Outputs&);
 
-constexpr std::array<const Entry*, kCodeCount> kRowOf = BuildIndex();
+// The rows of the four tables by code; the computed codes and the codes without a row
+// have none.
+constexpr auto kRows = Join(kSinglePhase, kPhaseToPhase, kThreePhase, kSingleOutput);
+using Rows = CompiledRows<kRows, EntryRule, WriteFn>;
+using IsolatedNeutralRows = CompiledRows<kIsolatedNeutral, EntryRule, WriteFn>;
+using NegativeSequenceRows = CompiledRows<kNegativeSequence, EntryRule, WriteFn>;
 
-const Entry* RowOf(unsigned code) { return code < kRowOf.size() ? kRowOf[code] : nullptr; }
-
-void WriteRow(const Entry& row, const Work& w, const Outputs& out) {
-    WriteCurrents(row.currents, w, out);
-    WriteVoltages(row.voltages, w, out);
-}
+// The patterns read neither Uf nor δ.
+constexpr LoopCodes kLoop = LoopCodes::Of<Rows, IsolatedNeutralRows, NegativeSequenceRows>();
 
 void IsolatedNeutralFault(unsigned code, Work& w, const Outputs& out) {
     IsolatedNeutral(w);
-    WriteRow(kIsolatedNeutral[code - 93], w, out);
+    IsolatedNeutralRows::Find(static_cast<int>(code))(w, out);
 }
 
 // Beyond about 28.87 V no phase-to-phase fault gives the negative-sequence voltage U:
 // 1, and nothing is written.
 int NegativeSequence(unsigned code, Work& w, const Outputs& out, int r) {
     if (!NegativeSequenceAcrossLine(w)) return 1;
-    WriteRow(kNegativeSequence[code - 36], w, out);
+    NegativeSequenceRows::Find(static_cast<int>(code))(w, out);
     return r;
 }
 
@@ -300,11 +289,11 @@ int Synthesize(unsigned code, Work& w, double auxAngle, const Outputs& out, int 
         case 113: HealthyVoltageGeometry(w); break;
         default: break;
     }
-    const Entry* row = RowOf(code);
+    const WriteFn row = Rows::Find(static_cast<int>(code));
     if (row == nullptr) return 3;
-    WriteRow(*row, w, out);
+    row(w, out);
     if (code == 85 && w[Var::Aux] > -0.0001) WriteVoltages(kAuxRaisedA, w, out);
-    if (code == 127) WriteRow(*RowOf(128), w, out);
+    if (code == 127) Rows::Find(128)(w, out);
     return r;
 }
 
@@ -364,7 +353,7 @@ int SetUIFaza(int code, double U, double I, double phi, double& UA, double& fiUA
                 // A healthy star of line voltage U.
                 Uh = Uf = U / fault::kSqrt3;
                 delta = 60;
-            } else if (U < Unom) {
+            } else if (U < Unom && fault::kLoop.Places(code)) {
                 // The healthy phase keeps its nominal voltage.
                 Uh = cst58V;
                 Uf = 0.5 * std::sqrt(U * U + Uh * Uh);
@@ -380,17 +369,17 @@ int SetUIFaza(int code, double U, double I, double phi, double& UA, double& fiUA
     if (c > 132) return 3;
 
     fault::Work w;
-    w[fault::Var::U] = U;
-    w[fault::Var::I] = I;
-    w[fault::Var::Phi] = phi;
-    w[fault::Var::Uh] = Uh;
-    w[fault::Var::Uf] = Uf;
-    w[fault::Var::Delta] = delta;
-    w[fault::Var::Aux] = Aux;
-    w[fault::Var::Uhealthy] = Uhealthy;
-    w[fault::Var::Ik] = glob_dIk;
-    w[fault::Var::Up] = glob_dUpitForProgramStandart;
-    w[fault::Var::Nominal] = cst58V;
+    w.U = U;
+    w.I = I;
+    w.Phi = phi;
+    w.Uh = Uh;
+    w.Uf = Uf;
+    w.Delta = delta;
+    w.Aux = Aux;
+    w.Uhealthy = Uhealthy;
+    w.Ik = glob_dIk;
+    w.Up = glob_dUpitForProgramStandart;
+    w.Nominal = cst58V;
     const fault::Outputs out{{&IA, &IB, &IC}, {&fiIA, &fiIB, &fiIC}, {&UA, &UB, &UC}, {&fiUA, &fiUB, &fiUC}};
     return fault::Synthesize(c, w, AuxAngle, out, r);
 }

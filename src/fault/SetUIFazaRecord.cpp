@@ -21,8 +21,6 @@ namespace {
 // always: both halves whatever the flags say.
 enum class Flags { honoured, always };
 
-using Triple = std::array<Cell, 3>;
-
 // A row whose working values are computed for it names the routine that computes them;
 // the routine answers false when the fault cannot be produced.
 using Prepare = bool (*)(Work&);
@@ -176,9 +174,26 @@ constexpr RecordRow kRecordRows[] = {
      {cell(Uf, K(120) + 270 - Delta + Phi), cell(K(1.3) * Uh, K(90) + Phi + 120), cell(Uf, K(270) + Delta + Phi + 120)}},
 };
 
-void PutTriple(const Triple& cells, const Work& w, double (&magnitude)[3], double (&angle)[3]) {
-    for (std::size_t k = 0; k < 3; ++k) WriteCell(cells[k], w, magnitude[k], angle[k]);
-}
+constexpr bool Reads(const RecordRow& row, Var var) { return Reads(row.currents, var) || Reads(row.voltages, var); }
+
+// A row as a function: its own working values first (1, with nothing written, when its
+// routine refuses), then the halves the flags allow, and the frame's result r.
+struct RecordRule {
+    template <const auto& rows, std::size_t r>
+    static int Row(Work& w, int writeU, int writeI, CValueIU& v, int result) {
+        constexpr Prepare prepare = rows[r].prepare;
+        if (prepare != nullptr && !prepare(w)) return 1;
+        constexpr bool bothHalves = rows[r].flags == Flags::always;
+        if (bothHalves || writeI != 0) WriteTripleAt<rows, r, &RecordRow::currents>(w, v.dI, v.dFiI);
+        if (!bothHalves && writeU == 0) return result;
+        WriteTripleAt<rows, r, &RecordRow::voltages>(w, v.dU, v.dFiU);
+        return result;
+    }
+};
+
+using RecordRows = CompiledRows<kRecordRows, RecordRule, int (*)(Work&, int, int, CValueIU&, int)>;
+
+constexpr LoopCodes kLoop = LoopCodes::Of<RecordRows>();
 
 }  // namespace
 }  // namespace kv::fault
@@ -214,33 +229,27 @@ int SetUIFaza(int code, int writeU, int writeI, double U, double I, double phi, 
         } else if (U > cstUmax100) {
             Uh = Uf = U / fault::kSqrt3;
             delta = 0;
-        } else {
+        } else if (fault::kLoop.Places(code)) {
             Uf = 0.5 * std::sqrt(U * U + Uh * Uh);
             delta = 60 - std::atan(U / Uh) * kRadToDeg;
         }
     }
 
     // 0-2 are handled by the other two syntheses but not here.
-    const fault::RecordRow* row = code < 3 || code > 126 ? nullptr : fault::FindRow(fault::kRecordRows, code);
+    const auto row = code < 3 || code > 126 ? nullptr : fault::RecordRows::Find(code);
     if (row == nullptr) return 3;
     if (code == 123 && fault::A1Enabled()) glob_bFault_A1_Enable = 1;
 
     fault::Work w;
-    w[Var::U] = U;
-    w[Var::I] = I;
-    w[Var::Phi] = phi;
-    w[Var::Uh] = Uh;
-    w[Var::Uf] = Uf;
-    w[Var::Delta] = delta;
-    w[Var::Nominal] = cst58V;
-    w[Var::Up] = glob_dUpitForProgramStandart;
-    if (row->prepare != nullptr && !row->prepare(w)) return 1;
-
-    const bool always = row->flags == fault::Flags::always;
-    if (always || writeI != 0) fault::PutTriple(row->currents, w, v.dI, v.dFiI);
-    if (!always && writeU == 0) return r;
-    fault::PutTriple(row->voltages, w, v.dU, v.dFiU);
-    return r;
+    w.U = U;
+    w.I = I;
+    w.Phi = phi;
+    w.Uh = Uh;
+    w.Uf = Uf;
+    w.Delta = delta;
+    w.Nominal = cst58V;
+    w.Up = glob_dUpitForProgramStandart;
+    return row(w, writeU, writeI, v, r);
 }
 
 }  // namespace kv

@@ -5,6 +5,7 @@
 #include "Kv_Data/State.h"
 #include "Kv_Data/Util.h"
 #include "phasor/AngleConstants.h"
+#include "phasor/Angles.h"
 #include "util/Truncate.h"
 
 namespace kv {
@@ -16,11 +17,6 @@ Polar RectangularToPolar(double re, double im) {
     const double mod = std::hypot(re, im);
     const double ang = mod >= 1e-7 && mod <= 1e35 ? arg(Complex(re, im)) : 0.0;
     return Polar(mod, ang);
-}
-
-// round(q)·360 in 32-bit integer arithmetic, wrapping as the processor does.
-int WholeTurns(double q) {
-    return static_cast<int>(static_cast<std::uint32_t>(static_cast<std::int64_t>(round(q)) * 360));
 }
 
 }  // namespace
@@ -53,16 +49,35 @@ Polar& Polar::operator=(const Polar& p) {
 
 Polar CtoP(double re, double im) { return RectangularToPolar(re, im); }
 
+namespace {
+
+struct Rectangular {
+    double x;
+    double y;
+};
+
+// Magnitude and angle are read once, so that the cosine and sine make one sincos call.
+Rectangular ToRectangular(const Polar& p) {
+    const double m = p.Mod();
+    const double ang = p.Ang(0);
+    return {m * std::cos(ang), m * std::sin(ang)};
+}
+
+// hypot for the magnitude and arg for the angle, whatever the size: no cut-offs here.
+Polar FromRectangular(double x, double y) { return Polar(std::hypot(x, y), arg(Complex(x, y))); }
+
+}  // namespace
+
 Polar operator+(const Polar& a, const Polar& b) {
-    const double x = a.Mod() * std::cos(a.Ang(0)) + b.Mod() * std::cos(b.Ang(0));
-    const double y = a.Mod() * std::sin(a.Ang(0)) + b.Mod() * std::sin(b.Ang(0));
-    return Polar(std::hypot(x, y), arg(Complex(x, y)));
+    const Rectangular ra = ToRectangular(a);
+    const Rectangular rb = ToRectangular(b);
+    return FromRectangular(ra.x + rb.x, ra.y + rb.y);
 }
 
 Polar operator-(const Polar& a, const Polar& b) {
-    const double x = a.Mod() * std::cos(a.Ang(0)) - b.Mod() * std::cos(b.Ang(0));
-    const double y = a.Mod() * std::sin(a.Ang(0)) - b.Mod() * std::sin(b.Ang(0));
-    return Polar(std::hypot(x, y), arg(Complex(x, y)));
+    const Rectangular ra = ToRectangular(a);
+    const Rectangular rb = ToRectangular(b);
+    return FromRectangular(ra.x - rb.x, ra.y - rb.y);
 }
 
 Polar operator*(const Polar& a, const Polar& b) {
@@ -97,30 +112,10 @@ void ZFtoXY(double& z, double& f) {
 double GtoR(double deg) { return deg * kDegToRad; }
 double RtoG(double rad) { return rad * kRadToDeg; }
 
-// One body for both precisions: the float version keeps the angle a float between
-// steps and computes the quotient in double.
-template <class T>
-T NormAngle(T a) {
-    const double q = static_cast<double>(a) / 360;
-    if (std::fabs(q) > 1) a = a - static_cast<T>(WholeTurns(q));
-    if (a >= 360.0001) a = a - 360;
-    if (a <= -360.0001) a = a + 360;
-    return a;
-}
-
-template <class T>
-T AbsAngle(T a) {
-    if (glob_bEnableAbsAngle == 0) return a;
-    a = NormAngle(a);
-    if (a < -0.0001) a = a + 360;
-    if (a > 359.999) a = 0;
-    return a;
-}
-
-float NormAngleGr(float a) { return NormAngle(a); }
-double NormAngleGr(double a) { return NormAngle(a); }
-float AbsAngleGr(float a) { return AbsAngle(a); }
-double AbsAngleGr(double a) { return AbsAngle(a); }
+float NormAngleGr(float a) { return angles::Norm(a); }
+double NormAngleGr(double a) { return angles::Norm(a); }
+float AbsAngleGr(float a) { return angles::Abs(a); }
+double AbsAngleGr(double a) { return angles::Abs(a); }
 
 int IsEqualAngles(double a, double b) {
     const int degrees = TruncToInt32((a - b) * kRadToDeg);

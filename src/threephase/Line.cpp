@@ -7,6 +7,7 @@
 #include "Kv_Data/State.h"
 #include "Kv_Data/ThreePhase.h"
 #include "phasor/AngleConstants.h"
+#include "phasor/Angles.h"
 
 namespace kv {
 
@@ -33,11 +34,11 @@ void PhasesToLine(const double (&m)[3], const double (&fi)[3], double (&lineM)[3
     const Rect b = ToRect(m[1], fi[1]);
     const Rect c = ToRect(m[2], fi[2]);
     lineM[0] = std::hypot(b.x - a.x, b.y - a.y);
-    lineFi[0] = AbsAngleGr(std::atan2(a.y - b.y, a.x - b.x) * kRadToDeg);
+    lineFi[0] = angles::Abs(std::atan2(a.y - b.y, a.x - b.x) * kRadToDeg);
     lineM[1] = std::hypot(c.x - b.x, c.y - b.y);
-    lineFi[1] = AbsAngleGr(std::atan2(b.y - c.y, b.x - c.x) * kRadToDeg);
+    lineFi[1] = angles::Abs(std::atan2(b.y - c.y, b.x - c.x) * kRadToDeg);
     lineM[2] = std::hypot(a.x - c.x, a.y - c.y);
-    lineFi[2] = AbsAngleGr(std::atan2(c.y - a.y, c.x - a.x) * kRadToDeg);
+    lineFi[2] = angles::Abs(std::atan2(c.y - a.y, c.x - a.x) * kRadToDeg);
 }
 
 // Strictly greater only, no margin: a not-a-number magnitude passes.

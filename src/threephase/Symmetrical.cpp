@@ -6,6 +6,7 @@
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
 #include "Kv_Data/ThreePhase.h"
+#include "phasor/Angles.h"
 
 namespace kv {
 
@@ -20,29 +21,40 @@ constexpr double kGr = 0.01745329251994;
 constexpr unsigned kCurrents = 1;
 constexpr unsigned kVoltages = 2;
 
-// Shifts in degrees: 120 stands for the operator a = 1 at 120 degrees, 240 for a squared.
-struct Term {
-    double m;
-    double fi;
-    double shift;
-};
-
 struct MagAngle {
     double m;
     double fi;
 };
 
-// m0 at fi0+s0 + m1 at fi1+s1 + m2 at fi2+s2, summed in the order of the terms.
+// The cosine and sine of one angle, side by side so that they make one sincos call.
+struct CosSin {
+    double c;
+    double s;
+};
+
+// fi + shift degrees; the shift 0 is still added, which turns an angle of -0 into +0.
+[[gnu::always_inline]] inline CosSin At(double fi, double shift) {
+    const double r = (fi + shift) * kGr;
+    return {std::cos(r), std::sin(r)};
+}
+
+// An angle turned by 0, 120 and 240 degrees: 120 stands for the operator a, 240 for a
+// squared. Each angle a formula names is computed once, however many sums read it.
+struct Turned {
+    CosSin by0;
+    CosSin by120;
+    CosSin by240;
+};
+
+[[gnu::always_inline]] inline Turned Turn(double fi) { return {At(fi, 0), At(fi, 120), At(fi, 240)}; }
+
+// m0 at r0 + m1 at r1 + m2 at r2, summed in the order of the terms.
 // The magnitude is the square root of the sum of squares, not hypot: the last digits
 // are part of the behaviour.
-MagAngle WeightedSum(const Term& t0, const Term& t1, const Term& t2) {
-    const double x = t0.m * std::cos((t0.fi + t0.shift) * kGr) +
-                     t1.m * std::cos((t1.fi + t1.shift) * kGr) +
-                     t2.m * std::cos((t2.fi + t2.shift) * kGr);
-    const double y = t0.m * std::sin((t0.fi + t0.shift) * kGr) +
-                     t1.m * std::sin((t1.fi + t1.shift) * kGr) +
-                     t2.m * std::sin((t2.fi + t2.shift) * kGr);
-    return {std::sqrt(x * x + y * y), AbsAngleGr(std::atan2(y, x) / kGr)};
+[[gnu::always_inline]] inline MagAngle WeightedSum(double m0, CosSin r0, double m1, CosSin r1, double m2, CosSin r2) {
+    const double x = m0 * r0.c + m1 * r1.c + m2 * r2.c;
+    const double y = m0 * r0.s + m1 * r1.s + m2 * r2.s;
+    return {std::sqrt(x * x + y * y), angles::Abs(std::atan2(y, x) / kGr)};
 }
 
 // One group of a record (currents or voltages): slots 0, 1, 2 are phases A, B, C or the
@@ -65,20 +77,24 @@ void Write(const Group& g, double (&m)[3], double (&fi)[3]) {
 
 // Components of phase A. With zeroTimesThree the zero sequence is left undivided (3I0, 3U0).
 Group PhasesToSequence(const Group& p, bool zeroTimesThree) {
-    const Term a{p.m[0], p.fi[0], 0};
-    const MagAngle zero = WeightedSum(a, {p.m[1], p.fi[1], 0}, {p.m[2], p.fi[2], 0});
-    const MagAngle negative = WeightedSum(a, {p.m[1], p.fi[1], 240}, {p.m[2], p.fi[2], 120});
-    const MagAngle positive = WeightedSum(a, {p.m[1], p.fi[1], 120}, {p.m[2], p.fi[2], 240});
+    const CosSin a = At(p.fi[0], 0);
+    const Turned b = Turn(p.fi[1]);
+    const Turned c = Turn(p.fi[2]);
+    const MagAngle zero = WeightedSum(p.m[0], a, p.m[1], b.by0, p.m[2], c.by0);
+    const MagAngle negative = WeightedSum(p.m[0], a, p.m[1], b.by240, p.m[2], c.by120);
+    const MagAngle positive = WeightedSum(p.m[0], a, p.m[1], b.by120, p.m[2], c.by240);
     return {{positive.m / 3, negative.m / 3, zeroTimesThree ? zero.m : zero.m / 3},
             {positive.fi, negative.fi, zero.fi}};
 }
 
 // Phases A, B, C from the components of phase A, the zero sequence taken as it stands.
 Group SequenceToPhases(const Group& s) {
-    const Term zero{s.m[2], s.fi[2], 0};
-    const MagAngle a = WeightedSum({s.m[0], s.fi[0], 0}, {s.m[1], s.fi[1], 0}, zero);
-    const MagAngle b = WeightedSum({s.m[0], s.fi[0], 240}, {s.m[1], s.fi[1], 120}, zero);
-    const MagAngle c = WeightedSum({s.m[0], s.fi[0], 120}, {s.m[1], s.fi[1], 240}, zero);
+    const Turned positive = Turn(s.fi[0]);
+    const Turned negative = Turn(s.fi[1]);
+    const CosSin zero = At(s.fi[2], 0);
+    const MagAngle a = WeightedSum(s.m[0], positive.by0, s.m[1], negative.by0, s.m[2], zero);
+    const MagAngle b = WeightedSum(s.m[0], positive.by240, s.m[1], negative.by120, s.m[2], zero);
+    const MagAngle c = WeightedSum(s.m[0], positive.by120, s.m[1], negative.by240, s.m[2], zero);
     return {{a.m, b.m, c.m}, {a.fi, b.fi, c.fi}};
 }
 

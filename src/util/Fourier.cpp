@@ -5,6 +5,7 @@
 
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/Util.h"
+#include "phasor/Angles.h"
 #include "util/Truncate.h"
 
 namespace kv {
@@ -44,24 +45,27 @@ bool GetSpectr(double fStart, double fEnd, double fStep, double t0, double t1, i
 
     double f = fStart;
     for (int i = 0; i < count; ++i) {
+        // Each sum runs over the samples in order, as two separate loops would; one loop
+        // lets the cosine and sine of a sample's angle come from one sincos call.
         double a = 0;
-        for (int k = 0; k < n; ++k) a = a + x[k] * std::cos((k * dt + t0) * (2 * kSpectrumPi * f));
-        double re;
-        double im;
-        if (f >= kDirectCurrent) {
-            re = 2 * a / dn;
-            double b = 0;
-            for (int k = 0; k < n; ++k) b = b + x[k] * std::sin((k * dt + t0) * (2 * kSpectrumPi * f));
-            im = 2 * b / dn;
+        double b = 0;
+        const bool alternating = f >= kDirectCurrent;
+        if (alternating) {
+            for (int k = 0; k < n; ++k) {
+                const double angle = (k * dt + t0) * (2 * kSpectrumPi * f);
+                a = a + x[k] * std::cos(angle);
+                b = b + x[k] * std::sin(angle);
+            }
         } else {
-            re = a / dn;
-            im = 0;
+            for (int k = 0; k < n; ++k) a = a + x[k] * std::cos((k * dt + t0) * (2 * kSpectrumPi * f));
         }
+        const double re = alternating ? 2 * a / dn : a / dn;
+        const double im = alternating ? 2 * b / dn : 0;
         amplitudes[i] = std::sqrt(im * im + re * re);
         const double phi = std::atan2(im, re) / kSpectrumDegree;
         // Referred to a sine: A·sin(ωt + θ) correlates to re = A·sin θ, im = A·cos θ.
         phases[i] = std::fabs(im) > kZeroSine ? 90 - phi : phi + 90;
-        phases[i] = AbsAngleGr(phases[i]);
+        phases[i] = angles::Abs(phases[i]);
         f = f + fStep;
     }
     return true;
@@ -87,7 +91,7 @@ bool Get_Furie_Amp_Phase(double f, int n, const double* x, double& amp, double& 
         im = 0;
     }
     amp = std::sqrt(im * im + re * re);
-    phase = AbsAngleGr(std::atan2(im, re) / kSpectrumDegree);
+    phase = angles::Abs(std::atan2(im, re) / kSpectrumDegree);
     return true;
 }
 
