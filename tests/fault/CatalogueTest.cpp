@@ -42,16 +42,7 @@ TEST_F(FaultCatalogue, EveryNameMapsBackToItsCodeAndGapsHaveNone) {
     EXPECT_EQ(kv::GetStringFromDefineKZ(95).GetLength(), 21);
 }
 
-TEST_F(FaultCatalogue, A1FlagFollowsTheDeviceTypeAndIsClearedByEveryCall) {
-    for (kv::DWORD type : {35U, 23U, 31U, 30U, 40U}) {
-        kv::glob_dwKavorType = type;
-        EXPECT_EQ(kv::GetStringFromDefineKZ(123), "FaultA1N");
-        EXPECT_EQ(kv::glob_bFault_A1_Enable, type == 40 ? 0 : 1) << type;
-        kv::GetStringFromDefineKZ(type == 30 ? -1 : 0);  // also for codes without a name
-        EXPECT_EQ(kv::glob_bFault_A1_Enable, 0);
-    }
-}
-
+// The flag that naming code 123 raises is tested with the synthesis' own (SetUFazaTest).
 TEST_F(FaultCatalogue, ReverseLookupCutsOnlyAfterALeadingPrefixAndSearchesSuffixesInAFixedOrder) {
     const std::pair<const char*, int> cases[] = {
         {"AB", 6}, {"faultAB", -1}, {"FaultAB_2", -1}, {"X_FaultAB_2", 6}, {"Cfg/FaultCA/x", 8},

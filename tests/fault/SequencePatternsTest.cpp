@@ -98,6 +98,21 @@ TEST_F(SequencePatterns, UniversalFaultWithSequenceSelectors) {
     }
 }
 
+// Hostile stored values, magnitudes and selectors: the universal fault is always handled.
+TEST_F(SequencePatterns, UniversalFaultTakesHostileValuesAndSelectors) {
+    Out o{};
+    for (const double x : {std::nan(""), HUGE_VAL, -HUGE_VAL, 0.0, -0.0, 5e-324, -5e-324, 1e308, -1e308})
+        for (const int selector : {INT_MIN, -1, 0, 1, 2, 3, 5, 6, 255, 256, INT_MAX}) {
+            for (std::size_t k = 0; doubles_[k] != &kv::glob_TT_dAngleKz; ++k) *doubles_[k] = x;
+            kv::glob_n_U0_or_U1_or_U2 = selector, kv::glob_n_I0_or_I1_or_I2 = selector ^ 3;
+            kv::glob_bChangeUniversal_U_or_I = selector & 1, kv::glob_b_ModeNoLoad = selector & 2;
+            for (const double u : {x, 30.0}) {
+                const int r = Call12(o, 103, u, x, x, x, x, x, x);
+                EXPECT_TRUE(r >= 0 && r <= 2) << x << " " << selector;
+            }
+        }
+}
+
 TEST_F(SequencePatterns, UniversalFaultWithAPhaseSelected) {
     kv::glob_dIA = 1, kv::glob_dIAf = 10, kv::glob_dIB = 2, kv::glob_dIBf = 20, kv::glob_dIC = 3, kv::glob_dICf = 30;
     kv::glob_dUA = 50, kv::glob_dUAf = 0, kv::glob_dUB = 0, kv::glob_dUBf = 250, kv::glob_dUC = 40;

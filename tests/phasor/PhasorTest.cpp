@@ -19,7 +19,7 @@ TEST(ComplexTest, ZeroPhasorHasAngleOfPlusNinetyAndTheQuotientIsGuardedOnce) {
     EXPECT_DOUBLE_EQ(kv::arg(Complex(0, 0)), kPi / 2);
     EXPECT_DOUBLE_EQ(kv::arg(Complex(1e-60, -1e-60)), kPi / 2);
     EXPECT_DOUBLE_EQ(kv::arg(Complex(-1, 0)), kPi);
-    EXPECT_DOUBLE_EQ(kv::arg(Complex(1e-40, -1e-40)), -kPi / 4);  // above the threshold
+    EXPECT_DOUBLE_EQ(kv::arg(Complex(2e-50, -2e-50)), -kPi / 4);  // just above the threshold
 
     EXPECT_EQ(Complex(3, 4) / Complex(0, 5e-7), Complex(0, 0));
     const Complex r = Complex(3, 4) / Complex(0, 2e-6);
@@ -72,10 +72,10 @@ TEST(ComplexTest, SerializeIsBitExactFSerializeClampsThroughFloatAndErrorsPassTh
     {
         kv::CArchive ar(&file, kv::CArchive::store);
         stored.Serialize(ar);
-        Complex(0, -0.5).FSerialize(ar);
+        Complex(-0.0, -0.5).FSerialize(ar);
         Complex(1e40, -1e-40).FSerialize(ar);
     }
-    const float floats[4] = {1e-35f, -0.5f, 1e35f, -1e-35f};  // a zero is stored as 1e-35
+    const float floats[4] = {1e-35f, -0.5f, 1e35f, -1e-35f};  // a zero, -0 too, is stored as 1e-35
     ASSERT_EQ(file.Bytes().size(), 32U);
     EXPECT_EQ(std::memcmp(file.Bytes().data(), parts, 16), 0);
     EXPECT_EQ(std::memcmp(file.Bytes().data() + 16, floats, 16), 0);
@@ -88,21 +88,25 @@ TEST(ComplexTest, SerializeIsBitExactFSerializeClampsThroughFloatAndErrorsPassTh
     EXPECT_EQ(std::memcmp(&loaded, &stored, sizeof(Complex)), 0);
     EXPECT_EQ(fromFloats, Complex(static_cast<double>(1e-35f), -0.5));
 
-    kv::CMemFile cut(std::vector<kv::BYTE>(12, 0));  // ends in the middle of the imaginary part
-    kv::CArchive cutAr(&cut, kv::CArchive::load);
-    try {
-        loaded.Serialize(cutAr);
-        ADD_FAILURE() << "no exception";
-    } catch (const kv::CArchiveException& e) {
-        EXPECT_EQ(e.m_cause, kv::CArchiveException::endOfFile);
-    }
+    // An archive that ends anywhere inside a number, or at its start, reports the end of the file.
+    for (const auto load : {&Complex::Serialize, &Complex::FSerialize})
+        for (std::size_t cut = 0; cut < (load == &Complex::Serialize ? 16U : 8U); ++cut) {
+            kv::CMemFile part(std::vector<kv::BYTE>(cut, 0x11));
+            kv::CArchive partAr(&part, kv::CArchive::load);
+            try {
+                (loaded.*load)(partAr);
+                ADD_FAILURE() << "no exception at " << cut;
+            } catch (const kv::CArchiveException& e) {
+                EXPECT_EQ(e.m_cause, kv::CArchiveException::endOfFile) << cut;
+            }
+        }
 }
 
 TEST(PolarTest, RectangularConversionZeroesTheAngleOutsideItsRange) {
     EXPECT_EQ(kv::CtoP(0, 0).Ang(0), 0.0);
     EXPECT_EQ(kv::CtoP(0, 5e-8).Ang(0), 0.0);
     EXPECT_DOUBLE_EQ(kv::CtoP(0, 1e-7).Ang(0), kPi / 2);
-    EXPECT_EQ(kv::CtoP(0, 2e35).Ang(0), 0.0);
+    for (const double big : {2e35, std::nan(""), HUGE_VAL}) EXPECT_EQ(kv::CtoP(0, big).Ang(0), 0.0) << big;
     const Polar p(kv::Complex(3, 4));
     EXPECT_EQ(p.Mod(), 5.0);
     EXPECT_EQ(p.Ang(0), std::atan2(4.0, 3.0));
@@ -114,6 +118,7 @@ TEST(PolarTest, RectangularConversionZeroesTheAngleOutsideItsRange) {
     EXPECT_EQ(small.Ang(3), 0.0);
     EXPECT_EQ(small.Ang(-2), 1.0);
     EXPECT_EQ(Polar(2e10, 1.0).Ang(1), 0.0);
+    EXPECT_EQ(small.Ang(400), 1.0);  // beyond 308 digits the lower bound underflows to 0
 }
 
 TEST(PolarTest, SumDifferenceAndGuardedQuotient) {
@@ -159,7 +164,7 @@ TEST(PolarTest, AngleFoldingAndComparison) {
 
     // AbsAngleGr folds into one turn with its tolerances, and only while enabled.
     const int saved = kv::glob_bEnableAbsAngle;
-    const double abs[][2] = {{-90, 270}, {359.9995, 0}, {-0.00005, -0.00005}, {720, 0}, {360, 0}};
+    const double abs[][2] = {{-90, 270}, {359.9995, 0}, {-0.00005, -0.00005}, {720, 0}, {360, 0}, {1e308, 0}};
     for (const auto& [in, out] : abs) EXPECT_EQ(kv::AbsAngleGr(in), out) << in;
     EXPECT_EQ(kv::AbsAngleGr(-90.0f), 270.0f);
     EXPECT_TRUE(std::isnan(kv::AbsAngleGr(std::nan(""))));
@@ -169,7 +174,7 @@ TEST(PolarTest, AngleFoldingAndComparison) {
     kv::glob_bEnableAbsAngle = saved;
 
     // IsEqualAngles compares whole degrees; 11 against 10 is 0.9999999999999998 degrees apart.
-    const double equal[][3] = {{10.5, 10, 1}, {370, 10, 1}, {371, 10, 0}, {12, 10, 0}, {11, 10, 1}};
+    const double equal[][3] = {{10.5, 10, 1}, {370, 10, 1}, {371, 10, 0}, {12, 10, 0}, {11, 10, 1}, {1e308, 0, 0}};
     for (const auto& [a, b, same] : equal) EXPECT_EQ(kv::IsEqualAngles(kv::GtoR(a), kv::GtoR(b)), same) << a;
     EXPECT_EQ(kv::IsEqualAngles(std::nan(""), 0), 0);
 }

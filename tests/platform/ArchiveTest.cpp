@@ -163,9 +163,8 @@ TEST(ArchiveTest, ObjectsAreRecreatedFromRegisteredClassNamesWithBackReferences)
     ASSERT_TRUE(second->IsKindOf(KV_RUNTIME_CLASS(CArchiveTestPoint)));
     EXPECT_EQ(static_cast<const CArchiveTestPoint&>(*first), a);
     EXPECT_EQ(static_cast<const CArchiveTestPoint&>(*second), b);
-}
 
-TEST(ObjectTest, FromNameFindsRegisteredClassesOnly) {
+    // Only registered classes are found by name, and only by the whole name.
     EXPECT_EQ(kv::CRuntimeClass::FromName("CArchiveTestTag"), KV_RUNTIME_CLASS(CArchiveTestTag));
     EXPECT_EQ(kv::CRuntimeClass::FromName("CArchiveTestPoin"), nullptr);
     EXPECT_EQ(kv::CRuntimeClass::FromName(nullptr), nullptr);

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "Kv_Data.h"
@@ -92,13 +93,15 @@ TEST(CArrayTest, KeepsOrderAndRejectsIndicesOutside) {
 }
 
 TEST(MessageBoxTest, InstalledHandlerAnswersAndIsReturnedWhenReplaced) {
-    std::string seen;
-    const kv::MessageBoxHandler previous = kv::SetMessageBoxHandler([&](const char* text, kv::UINT type, kv::UINT) {
-        seen = text;
+    std::tuple<std::string, kv::UINT, kv::UINT> seen;
+    const kv::MessageBoxHandler previous = kv::SetMessageBoxHandler([&](const char* text, kv::UINT type, kv::UINT help) {
+        seen = {text, type, help};
         return type == kv::MB_YESNO ? kv::IDNO : kv::IDCANCEL;
     });
     EXPECT_EQ(kv::AfxMessageBox("Continue?", kv::MB_YESNO), kv::IDNO);
-    EXPECT_EQ(seen, "Continue?");
+    EXPECT_EQ(std::get<0>(seen), "Continue?");
+    kv::DebugAfxMessageBox("check me");  // with OK only
+    EXPECT_EQ(seen, std::make_tuple(std::string("check me"), kv::MB_OK, 0u));
     const kv::MessageBoxHandler mine = kv::SetMessageBoxHandler(previous);
     ASSERT_TRUE(mine);
     EXPECT_EQ(mine("again", kv::MB_YESNO, 0), kv::IDNO);

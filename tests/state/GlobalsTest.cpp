@@ -23,6 +23,8 @@ static_assert(sizeof(kv::structKavorOutUITime) == 1048);
 static_assert(sizeof(kv::T_MMS_ReportLogic) == 56);
 static_assert(sizeof(kv::structKavorRpoRpv) == 72);
 static_assert(sizeof(kv::STRUCT_KavorWork) == 4);
+static_assert(offsetof(kv::structKavorRpoRpv, nField7) == 48 && offsetof(kv::structKavorRpoRpv, nField8) == 52);
+static_assert(offsetof(kv::structKavorRpoRpv, dField4) == 64);
 
 std::string Bytes(const kv::CString& s) {
     return std::string(s.GetString(), static_cast<std::size_t>(s.GetLength()));
@@ -49,7 +51,7 @@ TEST(StateDefaults, ScalarsAndTheirQuirks) {
     for (std::size_t k = 0; k < std::size(scalars); ++k) EXPECT_EQ(scalars[k].first, scalars[k].second) << k;
 }
 
-TEST(StateDefaults, ZeroFamiliesStartEmpty) {
+TEST(StateDefaults, ZeroFamiliesStartEmptyAndTheRpoRpvRecordHasItsTwoOnes) {
     EXPECT_TRUE(AllZero(kv::dGlobUIFazaMinMaxStep, sizeof kv::dGlobUIFazaMinMaxStep));
     EXPECT_TRUE(AllZero(kv::glob_data400Event, sizeof kv::glob_data400Event));
     EXPECT_TRUE(AllZero(&kv::kavorOutUITime, sizeof kv::kavorOutUITime));
@@ -61,16 +63,11 @@ TEST(StateDefaults, ZeroFamiliesStartEmpty) {
     // A default value record is all zero.
     EXPECT_TRUE(AllZero(kv::glob_ArrSV_CValueIU, sizeof kv::glob_ArrSV_CValueIU));
     EXPECT_TRUE(AllZero(kv::glob_ArrSV_CValueIU_AvtoMode, sizeof kv::glob_ArrSV_CValueIU_AvtoMode));
-}
-
-TEST(StateDefaults, RpoRpvRecordHasItsTwoOnesAtBytes48And52) {
+    // The RPO/RPV record has its two ones, at bytes 48 and 52.
     kv::structKavorRpoRpv zeroed = kv::KavorRpoRpv;
     EXPECT_TRUE(zeroed.nField7 == 1 && zeroed.nField8 == 1);
     zeroed.nField7 = zeroed.nField8 = 0;
     EXPECT_TRUE(AllZero(&zeroed, sizeof zeroed));
-    EXPECT_EQ(offsetof(kv::structKavorRpoRpv, nField7), 48u);
-    EXPECT_EQ(offsetof(kv::structKavorRpoRpv, nField8), 52u);
-    EXPECT_EQ(offsetof(kv::structKavorRpoRpv, dField4), 64u);
 }
 
 TEST(StateDefaults, FileNamesAndModelFragments) {

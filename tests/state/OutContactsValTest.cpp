@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -58,31 +57,32 @@ TEST_F(OutContactsVal, BlocksHold18BytesAnEntrySecondFieldFirst) {
     EXPECT_EQ(*m_a == *m_b, 1);
 }
 
-TEST_F(OutContactsVal, ShortFirstBlockKeepsWhatWasReadSilently) {
-    for (COutContactEntry& e : m_a->m_aEntry) e.dValue1 = e.dValue2 = 9.0;
-    *m_b = *m_a;
-    Load(*m_a, &COutContactsVal::Serialize, {});
-    EXPECT_EQ(*m_a == *m_b, 1);
-
-    // Entry 0 whole, entry 1 up to its dValue2 and two bytes of its dValue1.
-    Bytes bytes = Store(*m_b, &COutContactsVal::Serialize);
-    bytes.resize(18 + 10 + 2), bytes[0] = 3, bytes[18] = 5;
-    const double value2 = 3.75;
-    std::memcpy(&bytes[20], &value2, sizeof value2);
-    Load(*m_a, &COutContactsVal::Serialize, bytes);
-    m_b->m_aEntry[0].byFlag2 = 3, m_b->m_aEntry[1].byFlag2 = 5, m_b->m_aEntry[1].dValue2 = value2;
-    EXPECT_EQ(*m_a == *m_b, 1);
-}
-
-TEST_F(OutContactsVal, ShortSecondBlockResetsEveryLaterEntry) {
-    for (COutContactEntry& e : m_a->m_aEntry) e = {1, 1, 9.0, 9.0, "kept", 9.0, 9.0};
-    Load(*m_a, &COutContactsVal::SerializeRemain, Bytes(100, 0x40));  // five whole entries and a part
-    for (int i = 0; i < COutContactsVal::kEntryCount; ++i) {
-        const COutContactEntry& e = m_a->m_aEntry[i];
-        const bool old = i < 4;
-        EXPECT_TRUE(e.byFlag1 == old && e.byFlag2 == old && e.dValue1 == (old ? 9.0 : 0.0) &&
-                    e.dValue2 == (old ? 9.0 : 0.1) && e.strText == "kept" && e.dValue3 == 9.0 && e.dValue4 == 9.0)
-            << i;
+// Entry layout: byFlag2, byFlag1, dValue2, dValue1; a field counts once it is whole. A
+// first block that ends anywhere keeps what was read, silently; a second block that is
+// short resets the stored fields of all its entries, those read whole too.
+TEST_F(OutContactsVal, BlocksEndingAnywhereKeepWhatWasReadOrResetTheSecondBlock) {
+    constexpr int kOld = 4;
+    cstMaxOldOutCont = kOld;
+    for (int i = 0; i < COutContactsVal::kEntryCount; ++i) m_a->m_aEntry[i] = {1, 2, 0.5 + i, 0.25 + i, "", 0, 0};
+    Bytes all = Store(*m_a, &COutContactsVal::Serialize);
+    const Bytes remain = Store(*m_a, &COutContactsVal::SerializeRemain);
+    all.insert(all.end(), remain.begin(), remain.end());
+    for (int cut = 0; cut < 18 * kOld + 40; ++cut) {
+        for (COutContactEntry& e : m_b->m_aEntry) e = {9, 9, 9.0, 9.0, "kept", 9.0, 9.0};
+        CMemFile file(Bytes(all.begin(), all.begin() + cut));
+        CArchive ar(&file, CArchive::load);
+        EXPECT_NO_THROW(m_b->Serialize(ar));
+        EXPECT_NO_THROW(m_b->SerializeRemain(ar));
+        for (int i = 0; i < COutContactsVal::kEntryCount; ++i) {
+            const COutContactEntry& e = m_b->m_aEntry[i];
+            const int have = i < kOld ? cut - 18 * i : 0;
+            const bool reset = i >= kOld;
+            ASSERT_TRUE(e.byFlag2 == (have >= 1 ? 2 : reset ? 0 : 9) && e.byFlag1 == (have >= 2 ? 1 : reset ? 0 : 9) &&
+                        e.dValue2 == (have >= 10 ? 0.25 + i : reset ? 0.1 : 9.0) &&
+                        e.dValue1 == (have >= 18 ? 0.5 + i : reset ? 0.0 : 9.0) && e.strText == "kept" &&
+                        e.dValue3 == 9.0 && e.dValue4 == 9.0)
+                << cut << " " << i;
+        }
     }
 }
 

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 #include <tuple>
 
 #include "Kv_Data/Phasor.h"
@@ -119,7 +118,8 @@ TEST_F(Symmetrical, SimToFazHasAMarginTheOthersHaveNone) {
     EXPECT_EQ(kv::SimToFazAnotherFields(components), 0);
 }
 
-TEST_F(Symmetrical, BothGroupsAreCheckedWhateverTheMaskAndNotANumberPasses) {
+// That a magnitude that is not a number passes every check is in the hostile-value suite.
+TEST_F(Symmetrical, BothGroupsAreCheckedWhateverTheMask) {
     for (const int mask : {0, 4, 0xFFFC}) {  // neither bit 0 nor bit 1
         SCOPED_TRACE(mask);
         CValueIU over(1, 0, 0, 0, 0, 0, 130, 0, 0, 0, 0, 0);
@@ -130,10 +130,6 @@ TEST_F(Symmetrical, BothGroupsAreCheckedWhateverTheMaskAndNotANumberPasses) {
         CValueIU fine(1, 0, 0, 0, 0, 0, 100, 0, 0, 0, 0, 0);
         EXPECT_EQ(kv::FazToSim(fine, static_cast<unsigned short>(mask)), 1);
     }
-    CValueIU nan(1, 0, 0, 0, 0, 0, std::numeric_limits<double>::quiet_NaN(), 0, 0, 0, 0, 0);
-    EXPECT_EQ(kv::FazToSim(nan, kCurrents), 1);
-    EXPECT_EQ(kv::FazToSim(nan, kVoltages), 1);
-    EXPECT_TRUE(std::isnan(nan.dU[0]));
 }
 
 TEST_F(Symmetrical, CheckSubtractsItsMarginThenCompares) {

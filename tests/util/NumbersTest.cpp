@@ -81,18 +81,21 @@ TEST(IsEqual, ComparesTruncatedDecimals) {
 TEST(EStr, CutsZerosUnlessPrecisionEqualsWidth) {
     const int saved = kv::glob_bUseInFieldPoint;
     // "   3.5": cut after the alignment.
+    // A negative precision means six decimals; a denormal prints as (signed) zero.
     for (const auto& [point, x, precision, width, want] : {std::tuple{1, 3.5, 3, 8, "   3.5"}, {1, 3.5, 3, 3, "3.500"},
-             {1, -1.0, 2, 5, "-1.0"}, {0, 3.25, 2, 6, "  3,25"}, {0, 3.5, 3, 6, " 3,5"}}) {
+             {1, -1.0, 2, 5, "-1.0"}, {0, 3.25, 2, 6, "  3,25"}, {0, 3.5, 3, 6, " 3,5"}, {1, kNaN, 2, 6, "   nan"},
+             {1, -0.0, 1, 4, "-0.0"}, {1, -5e-324, 2, 0, "-0.0"}, {1, 1.5, INT_MIN, 0, "1.5"}}) {
         kv::glob_bUseInFieldPoint = point;
         EXPECT_EQ(kv::EStr(x, precision, width), want) << x;
     }
     kv::glob_bUseInFieldPoint = saved;
+    EXPECT_EQ(kv::EStr(1e308, 2, 0).GetLength(), 309 + 2);
     EXPECT_EQ(kv::LStr(INT32_MIN), "-2147483648");
 }
 
 TEST(NumberParsing, FromTheFirstSignOrDigitWithCommasRewritten) {
     for (const auto& [text, want] :
-         {std::pair{"U=-12V", -12}, {"No. 7.9", 7}, {"abc", 99999999}, {"99999999999", INT32_MAX}})
+         {std::pair{"U=-12V", -12}, {"No. 7.9", 7}, {"abc", 99999999}, {"99999999999", INT32_MAX}, {"-2147483649", INT32_MIN}})
         EXPECT_EQ(kv::LAtStr(text), want) << text;
     EXPECT_EQ(kv::StrL("  -7x"), -7);
     EXPECT_EQ(kv::StrL("abc"), 0);
