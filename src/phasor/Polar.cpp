@@ -13,9 +13,11 @@ namespace kv {
 namespace {
 
 // The polar form of (re, im): outside [1e-7, 1e35] the angle is 0, not what arg gives.
+// A NaN component is no size: its angle comes from arg, so the NaN carries through.
 Polar RectangularToPolar(double re, double im) {
     const double mod = std::hypot(re, im);
-    const double ang = mod >= 1e-7 && mod <= 1e35 ? arg(Complex(re, im)) : 0.0;
+    const bool inRange = mod >= 1e-7 && mod <= 1e35;
+    const double ang = inRange || std::isnan(re) || std::isnan(im) ? arg(Complex(re, im)) : 0.0;
     return Polar(mod, ang);
 }
 

@@ -16,7 +16,7 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 std::string Pairs(int pairs, int first) {
     std::string text;
     for (int i = 0; i < pairs; ++i)
-        text += (i ? ";" : "") + std::to_string(i + first) + ";" + std::to_string(i + 1);
+        text.append(i ? ";" : "").append(std::to_string(i + first)).append(";").append(std::to_string(i + 1));
     return text;
 }
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -75,7 +77,7 @@ TEST_F(Kvdata, SweepsGiveOneRowPerPoint) {
     std::istringstream lines(csv.out);
     std::string header, row;
     std::getline(lines, header);
-    EXPECT_EQ(header.rfind("U,I,phi,result,UA,fiUA,", 0), 0u);
+    EXPECT_EQ(header.rfind("code,name,function,U,I,phi,nominal,device,fold,result,meaning,UA,fiUA,", 0), 0u);
     EXPECT_EQ(header.find(",IA,"), std::string::npos);  // a voltage-only sweep has no currents
     int rows = 0;
     while (std::getline(lines, row)) {
@@ -105,6 +107,19 @@ TEST_F(Kvdata, ErrorsNameWhatWasWrong) {
         {"fault FaultAB --phi 0:10:-1", "kvdata: --phi: the step of '0:10:-1' does not lead from START to STOP"},
         {"fault FaultAB --plot " + (dir / "a.jpg").string(), "is not a picture name"},
         {"fault FaultAB --device 7", "kvdata: unknown device type 7"},
+        {"fault FaultA --function record", "FaultA (code 0) is not handled by SetUIFaza (record); it is handled by SetIFaza (--function current), SetUIFaza (--function full)"},
+        {"fault FaultAB --u nan", "--u: 'nan' is not a number"},
+        {"fault FaultAB --aux-angle inf", "--aux-angle: 'inf' is not a number"},
+        {"fault FaultAB --u -1", "--u: '-1' is negative"},
+        {"fault FaultAB --i 0:-2:-1", "--i: '0:-2:-1' is negative"},
+        {"fault FaultAB --uhealthy -5", "--uhealthy: '-5' is negative"},
+        {"fault FaultAB --nominal 0", "--nominal: the nominal line voltage must be above 0"},
+        {"fault FaultAB --u 1e300", "overflows: a result is not a finite number"},
+        {"fault FaultAB --u 0:100:0.001 --i 1:2:1", "200002 rows, more than --max-rows 100000"},
+        {"fault FaultAB -o " + (dir / "no" / "out.txt").string(), "No such file or directory"},
+        {"tolerance '1;abc' --x 1", "tolerance table, field 2: 'abc' is not a number"},
+        {"tolerance '0;;1;0.2' --x 1", "tolerance table, field 2 is empty"},
+        {"sequence --u 1@0,-2@0,1@0", "has a negative magnitude"},
         {"spectrum " + (dir / "missing.csv").string() + " --rate 1000", "kvdata: cannot open"},
         {"spectrum " + (dir / "bad.csv").string() + " --rate 1000", "bad.csv:4: column 1: 'abc' is not a number"},
         {"sequence --u 1@0,2@0", "kvdata: --u: '1@0,2@0' is not three phases"},
@@ -118,7 +133,88 @@ TEST_F(Kvdata, ErrorsNameWhatWasWrong) {
         EXPECT_TRUE(run.out.empty()) << c.args;
     }
     EXPECT_NE(Kv("fault FaultAX").err.find("FaultAB"), std::string::npos);
-    EXPECT_NE(Kv("fault").status, 0);  // CLI11's own message for a missing argument
+    EXPECT_EQ(Kv("fault 82 --u -5 --aux 10").status, 0);  // the one code that uses the sign of U
+
+    // Usage mistakes: one line that points to the help, status 2.
+    for (const std::string args : {"fault", "fault AB --bogus", "fault AB --function sideways", "types --u 3"}) {
+        const Outcome run = Kv(args);
+        EXPECT_EQ(run.status, 2) << args;
+        const std::string sub = args.substr(0, args.find(' '));
+        EXPECT_NE(run.err.find("; see kvdata " + sub + " --help\n"), std::string::npos) << args << ": " << run.err;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << args;
+    }
+    EXPECT_EQ(Kv("--version").out.rfind("kvdata ", 0), 0u);
+    for (const char* spelling : {"ab", "faultab", "FAULTAB", "6"})
+        EXPECT_EQ(nlohmann::json::parse(Kv(std::string("fault ") + spelling + " --json").out)["fault"]["code"], 6);
+}
+
+TEST_F(Kvdata, LimitsAreCheckedAsMeantAndNamed) {
+    // Unom >= 500 skips the library's limiting: a done result above globUmax 120 V.
+    const auto over = nlohmann::json::parse(Kv("fault FaultAN --u 200 --unom 500 --json").out);
+    EXPECT_EQ(over["result"]["code"], 0);
+    EXPECT_TRUE(over["limits"]["phase_voltages"]["exceeded"].get<bool>());
+    EXPECT_EQ(over["limits"]["phase_voltages"]["limit"], "globUmax");
+    EXPECT_EQ(over["limits"]["phase_voltages"]["where"], "A");
+    EXPECT_FALSE(over["within_limits"].get<bool>());
+    const Outcome table = Kv("fault FaultAN --u 200 --unom 500");
+    EXPECT_NE(table.out.find("Device limits (the library's start-up values): EXCEEDED"), std::string::npos);
+    EXPECT_NE(table.out.find("line voltages   234.266 V  AB     globUmaxAB  240.000 V  within"), std::string::npos)
+        << table.out;
+    EXPECT_NE(table.out.find("the library compares the line values with the phase limits globUmax 120.0 V"),
+              std::string::npos);
+
+    // The nominal voltage moves the healthy phases; Unom stays a threshold.
+    const auto nominal = nlohmann::json::parse(Kv("fault FaultAN --nominal 110 --json").out);
+    EXPECT_EQ(nominal["nominal"], 110);
+    EXPECT_EQ(nominal["input"]["Unom"], 110);
+    EXPECT_DOUBLE_EQ(nominal["phases"]["voltages"]["B"]["magnitude"].get<double>(), 110 / std::sqrt(3.0));
+    EXPECT_NE(Kv("types ab").out.find("U: line voltage between the two faulted phases"), std::string::npos);
+}
+
+TEST_F(Kvdata, OutputsReadAsWrittenAndFilesAreWhole) {
+    // A sweep's grid as the user wrote it, and CSV with the very fields of the JSON lines.
+    const Outcome csv = Kv("fault FaultAB --u 0:1:0.1");
+    const Outcome lines = Kv("fault FaultAB --u 0:1:0.1 --json");
+    ASSERT_EQ(csv.status, 0) << csv.err;
+    EXPECT_NE(csv.out.find(",0.3,5,75,"), std::string::npos);
+    std::istringstream csvRows(csv.out), jsonRows(lines.out);
+    std::string header, row, object;
+    std::getline(csvRows, header);
+    const auto columns = [](const std::string& text) {
+        std::vector<std::string> fields;
+        std::string field;
+        for (std::istringstream in(text); std::getline(in, field, ',');) fields.push_back(field);
+        return fields;
+    };
+    const std::vector<std::string> names = columns(header);
+    EXPECT_EQ(names.size(), 66u);
+    while (std::getline(csvRows, row) && std::getline(jsonRows, object)) {
+        const auto j = nlohmann::json::parse(object);
+        const std::vector<std::string> values = columns(row);
+        ASSERT_EQ(values.size(), names.size());
+        const auto at = [&](const std::string& name) { return values[static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin())]; };
+        EXPECT_EQ(std::stod(at("U")), j["input"]["U"].get<double>());
+        EXPECT_EQ(std::stod(at("fiUB")), j["phases"]["voltages"]["B"]["angle"].get<double>());
+        EXPECT_EQ(std::stod(at("I2")), j["symmetrical"]["currents"]["negative"]["magnitude"].get<double>());
+        EXPECT_EQ(std::stod(at("UCA")), j["line"]["voltages"]["CA"]["magnitude"].get<double>());
+        EXPECT_EQ(at("line_voltages_exceeded"), j["limits"]["line_voltages"]["exceeded"].dump());
+    }
+
+    // Human tables: no negative zero, zero phasors at angle 0, --decimals honoured.
+    for (const std::string fault : {"FaultAB", "FaultABC --phi 180", "FaultCN --phi -0.001", "36 --u 20"}) {
+        const std::string out = Kv("fault " + fault).out;
+        EXPECT_EQ(out.find("-0.0"), std::string::npos) << fault;
+    }
+    EXPECT_NE(Kv("fault FaultAB").out.find("C      57.735        165.00  0.000          0.00"), std::string::npos);
+    EXPECT_NE(Kv("--decimals 5 fault FaultAB").out.find("32.53204"), std::string::npos);
+
+    // -o writes the same text through a temporary; nothing is left of a failed write.
+    ASSERT_EQ(Kv("fault FaultAB -o " + (dir / "out.txt").string()).status, 0);
+    EXPECT_EQ(Slurp(dir / "out.txt"), Kv("fault FaultAB").out);
+    EXPECT_EQ(Kv("fault FaultXY -o " + (dir / "bad.txt").string()).status, 1);
+    EXPECT_FALSE(fs::exists(dir / "bad.txt"));
+    for (const auto& entry : fs::directory_iterator(dir))
+        EXPECT_EQ(entry.path().string().find(".tmp"), std::string::npos) << entry.path();
 }
 
 TEST_F(Kvdata, PicturesAreWholeFilesOfTheirType) {
@@ -135,13 +231,13 @@ TEST_F(Kvdata, PicturesAreWholeFilesOfTheirType) {
     std::string samples;
     for (int k = 0; k < 200; ++k) samples += std::to_string(10 * std::sin(2 * 3.141592653589793 * 50 * k / 10000.0)) + "\n";
     const fs::path bars = dir / "bars.png";
-    ASSERT_EQ(Kv("spectrum - --rate 10000 --from 0 --to 200 --step 50 --plot " + bars.string(), samples).status, 0);
+    ASSERT_EQ(Kv("spectrum - --rate 10000 --f 0:200:50 --plot " + bars.string(), samples).status, 0);
     EXPECT_EQ(Slurp(bars).substr(1, 3), "PNG");
 
     // A picture that cannot be written leaves nothing behind, not even its temporary.
     const Outcome failed = Kv("fault FaultAB --plot " + (dir / "no" / "such" / "dir.png").string());
     EXPECT_EQ(failed.status, 1);
-    EXPECT_NE(failed.err.find("cannot write picture"), std::string::npos);
+    EXPECT_NE(failed.err.find("cannot write"), std::string::npos);
     for (const auto& entry : fs::directory_iterator(dir))
         EXPECT_EQ(entry.path().string().find(".tmp"), std::string::npos) << entry.path();
 }
@@ -171,10 +267,10 @@ TEST_F(Kvdata, CataloguesSequencesTolerancesSpectraAndDevices) {
     std::string samples = "t,u\n";
     for (int k = 0; k < 200; ++k)
         samples += std::to_string(k) + "," + std::to_string(10 * std::sin(2 * 3.141592653589793 * 50 * k / 10000.0)) + "\n";
-    const auto spectrum = nlohmann::json::parse(Kv("spectrum - --column u --t1 0.02 --from 50 --to 50 --json", samples).out);
+    const auto spectrum = nlohmann::json::parse(Kv("spectrum - --column u --t1 0.02 --f 50 --json", samples).out);
     EXPECT_NEAR(spectrum["components"][0]["amplitude"].get<double>(), 10, 1e-4);
 
-    const auto device = nlohmann::json::parse(Kv("device 35 --json").out);
+    const auto device = nlohmann::json::parse(Kv("device --device 35 --json").out);
     EXPECT_EQ(device["constants"]["globUmax"].get<double>(), 140);
 }
 

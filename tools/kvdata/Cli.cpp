@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <iconv.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -6,10 +8,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <utility>
 
 #include "Cli.h"
+#include "NumberText.h"
 
 namespace kvdata {
 
@@ -51,8 +55,12 @@ std::size_t EditDistance(std::string_view a, std::string_view b) {
     return row[b.size()];
 }
 
-// A sweep longer than this is surely a typing mistake.
-constexpr std::size_t kMaxSweepPoints = 100000;
+// Digits after the point as written; -1 for exponent form, whose decimals are unclear.
+int DecimalsOf(std::string_view text) {
+    if (text.find_first_of("eE") != std::string_view::npos) return -1;
+    const std::size_t point = text.find('.');
+    return point == std::string_view::npos ? 0 : static_cast<int>(text.size() - point - 1);
+}
 
 }  // namespace
 
@@ -66,6 +74,12 @@ double ParseNumber(std::string_view text, std::string_view what) {
     return value;
 }
 
+double ParseNonNegative(std::string_view text, std::string_view what) {
+    const double value = ParseNumber(text, what);
+    if (value < 0) throw Error(std::string(what) + ": " + Quoted(text) + " is negative; a magnitude is >= 0");
+    return value;
+}
+
 int ParseInteger(std::string_view text, std::string_view what) {
     int value = 0;
     const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -74,11 +88,29 @@ int ParseInteger(std::string_view text, std::string_view what) {
     return value;
 }
 
+CLI::Option* AddNumber(CLI::App* cmd, const std::string& name, double& target, const std::string& help) {
+    CLI::Option* option = cmd->add_option_function<std::string>(
+        name, [&target, name](const std::string& text) { target = ParseNumber(text, name); }, help);
+    option->type_name("NUMBER");
+    return option;
+}
+
+std::size_t Range::Count() const {
+    if (!IsSweep()) return 1;
+    return static_cast<std::size_t>(std::floor((stop - start) / step + 1e-9)) + 1;
+}
+
 std::vector<double> Range::Points() const {
     if (!IsSweep()) return {start};
-    const double last = std::floor((stop - start) / step + 1e-9);
+    const std::size_t count = Count();
+    const double scale = decimals >= 0 && decimals <= 15 ? std::pow(10.0, decimals) : 0;
     std::vector<double> points;
-    for (double k = 0; k <= last; ++k) points.push_back(start + k * step);
+    points.reserve(count);
+    for (std::size_t k = 0; k < count; ++k) {
+        const double value = start + static_cast<double>(k) * step;
+        // n / 10^d is the double nearest the decimal n·10^-d: the grid value as written.
+        points.push_back(scale != 0 ? std::round(value * scale) / scale : value);
+    }
     return points;
 }
 
@@ -86,20 +118,29 @@ Range ParseRange(std::string_view text, std::string_view what) {
     const std::size_t first = text.find(':');
     if (first == std::string_view::npos) {
         const double value = ParseNumber(text, what);
-        return {value, value, 0};
+        return {value, value, 0, DecimalsOf(text)};
     }
     const std::size_t second = text.find(':', first + 1);
     if (second == std::string_view::npos)
         throw Error(std::string(what) + ": " + Quoted(text) + " is not START:STOP:STEP");
-    Range range{ParseNumber(text.substr(0, first), what),
-                ParseNumber(text.substr(first + 1, second - first - 1), what),
-                ParseNumber(text.substr(second + 1), what)};
+    const std::string_view parts[] = {text.substr(0, first), text.substr(first + 1, second - first - 1),
+                                      text.substr(second + 1)};
+    Range range{ParseNumber(parts[0], what), ParseNumber(parts[1], what), ParseNumber(parts[2], what), 0};
+    for (const std::string_view part : parts) {
+        const int d = DecimalsOf(part);
+        range.decimals = d < 0 || range.decimals < 0 ? -1 : std::max(range.decimals, d);
+    }
     if (range.step == 0 || (range.stop - range.start) / range.step < 0)
         throw Error(std::string(what) + ": the step of " + Quoted(text) + " does not lead from START to STOP");
-    if ((range.stop - range.start) / range.step >= static_cast<double>(kMaxSweepPoints))
-        throw Error(std::string(what) + ": " + Quoted(text) + " has more than " +
-                    std::to_string(kMaxSweepPoints) + " points");
+    if (!((range.stop - range.start) / range.step < 1e15))
+        throw Error(std::string(what) + ": " + Quoted(text) + " has too many points");
     return range;
+}
+
+void CheckRowCount(double rows, std::size_t maxRows) {
+    if (rows > static_cast<double>(maxRows))
+        throw Error("the sweeps give " + Number(rows) + " rows, more than --max-rows " +
+                    std::to_string(maxRows) + "; raise --max-rows to have them all");
 }
 
 PhasorText ParsePhasor(std::string_view text, std::string_view what) {
@@ -143,6 +184,15 @@ int ResolveFaultType(const std::string& text) {
     const int code = kv::GetDefineFromStringKZ(kv::CString(ToCp1251(text)));
     if (code >= 0) return code;
 
+    // Names match without regard to (Latin) case, with or without "Fault".
+    const auto folded = [](std::string name) {
+        for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        return name.rfind("fault", 0) == 0 ? name : "fault" + name;
+    };
+    const std::string wantedFolded = folded(text);
+    for (const FaultType& type : FaultTypes())
+        if (folded(type.name) == wantedFolded) return type.code;
+
     std::vector<FaultType> types = FaultTypes();
     const std::string wanted = text.rfind("Fault", 0) == 0 ? text : "Fault" + text;
     std::stable_sort(types.begin(), types.end(), [&wanted](const FaultType& a, const FaultType& b) {
@@ -171,10 +221,28 @@ void ApplyDevice(int code) {
     kv::SetConstantsFromKavorType();
 }
 
+int g_decimals = -1;
+
+int Decimals(int columnDefault) { return g_decimals >= 0 ? g_decimals : columnDefault; }
+
 std::string Fixed(double value, int decimals) {
-    char text[64];
+    char text[400];
     std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    return text;
+    std::string out = text;
+    if (out[0] == '-' && out.find_first_not_of("-0.") == std::string::npos) out.erase(0, 1);
+    return out;
+}
+
+std::string FixedAngle(double magnitude, double angle, int magnitudeDecimals, int decimals) {
+    const std::string shown = Fixed(magnitude, magnitudeDecimals);
+    return Fixed(shown.find_first_of("123456789") == std::string::npos ? 0 : angle, decimals);
+}
+
+char* AppendShortest(char* at, double value) { return WriteShortest(at, value); }
+
+std::string Shortest(double value) {
+    char text[32];
+    return std::string(text, AppendShortest(text, value));
 }
 
 std::string Number(double value) {
@@ -194,7 +262,7 @@ std::size_t Width(const std::string& text) {
 
 }  // namespace
 
-void PrintTable(const std::vector<std::vector<std::string>>& rows) {
+void PrintTable(std::FILE* out, const std::vector<std::vector<std::string>>& rows) {
     // Numbers align right, text left; the first row is the header.
     std::vector<std::size_t> widths;
     std::vector<bool> numeric;
@@ -217,7 +285,54 @@ void PrintTable(const std::vector<std::vector<std::string>>& rows) {
             line += numeric[i] ? pad + row[i] : row[i] + pad;
         }
         while (!line.empty() && line.back() == ' ') line.pop_back();
-        std::printf("%s\n", line.c_str());
+        std::fprintf(out, "%s\n", line.c_str());
+    }
+}
+
+std::string TemporaryName(const std::string& path) { return path + ".tmp" + std::to_string(::getpid()); }
+
+void CheckWritable(const std::string& path, std::string_view what) {
+    const std::string temporary = TemporaryName(path);
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+    if (fd < 0) throw Error(std::string(what) + ": cannot write " + Quoted(path) + ": " + std::strerror(errno));
+    ::close(fd);
+    ::unlink(temporary.c_str());
+}
+
+Output::Output(const std::string& path) : m_path(path) {
+    if (path.empty() || path == "-") {
+        m_file = stdout;
+        return;
+    }
+    m_temporary = TemporaryName(path);
+    m_file = std::fopen(m_temporary.c_str(), "wx");
+    if (m_file == nullptr) throw Error("-o: cannot write " + Quoted(path) + ": " + std::strerror(errno));
+}
+
+Output::~Output() {
+    if (m_temporary.empty() || m_file == nullptr) return;
+    std::fclose(m_file);
+    std::remove(m_temporary.c_str());
+}
+
+void Output::Commit() {
+    if (m_temporary.empty()) {
+        if (std::fflush(stdout) != 0 || std::ferror(stdout))
+            throw Error(std::string("cannot write the standard output: ") + std::strerror(errno));
+        return;
+    }
+    std::FILE* file = std::exchange(m_file, nullptr);
+    const bool failed = std::ferror(file) != 0;
+    const int saved = errno;
+    if (std::fclose(file) != 0 || failed) {
+        const int reason = failed ? saved : errno;
+        std::remove(m_temporary.c_str());
+        throw Error("cannot write " + Quoted(m_path) + ": " + std::strerror(reason));
+    }
+    if (std::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
+        const int reason = errno;
+        std::remove(m_temporary.c_str());
+        throw Error("cannot write " + Quoted(m_path) + ": " + std::strerror(reason));
     }
 }
 

@@ -4,14 +4,16 @@
 #include <cairo-svg.h>
 #include <cairo.h>
 #include <fontconfig/fontconfig.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <optional>
 
 #include "Cli.h"
 
@@ -40,7 +42,7 @@ PictureType TypeOf(const std::string& path) {
 class Picture {
 public:
     Picture(const std::string& path, double width, double height)
-        : m_path(path), m_temporary(path + ".tmp" + std::to_string(::getpid())), m_type(TypeOf(path)) {
+        : m_path(path), m_temporary(TemporaryName(path)), m_type(TypeOf(path)) {
         switch (m_type) {
             case PictureType::Png:
                 m_surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, static_cast<int>(width * kPngScale),
@@ -99,88 +101,403 @@ private:
     bool m_committed = false;
 };
 
-struct Colour {
-    double r, g, b;
-};
-constexpr Colour kPhaseColours[] = {{0.85, 0.55, 0.0}, {0.0, 0.55, 0.25}, {0.80, 0.10, 0.10}};
-constexpr Colour kInk{0.15, 0.15, 0.15};
-constexpr Colour kMuted{0.45, 0.45, 0.45};
-constexpr Colour kGrid{0.86, 0.86, 0.86};
+constexpr Rgb kPhaseColours[] = {{0.85, 0.55, 0.0}, {0.0, 0.55, 0.25}, {0.80, 0.10, 0.10}};
+constexpr Rgb kInk{0.15, 0.15, 0.15};
+constexpr Rgb kMuted{0.45, 0.45, 0.45};
+constexpr Rgb kGrid{0.86, 0.86, 0.86};
+constexpr double kPi = 3.141592653589793;
+constexpr double kDegree = kPi / 180.0;
+constexpr double kDashes[] = {7.0, 4.0};
 
-void SetColour(cairo_t* cr, Colour c) { cairo_set_source_rgb(cr, c.r, c.g, c.b); }
-
-double TextWidth(cairo_t* cr, const std::string& text) {
-    cairo_text_extents_t extents;
-    cairo_text_extents(cr, text.c_str(), &extents);
-    return extents.x_advance;
+// Currents in a darker shade of their phase's colour: over a voltage of the same phase
+// (the same angle) the dashes still stand out.
+Rgb CurrentColour(int phase) {
+    const Rgb c = kPhaseColours[phase];
+    return {c.r * 0.62, c.g * 0.62, c.b * 0.62};
 }
 
-void Text(cairo_t* cr, double x, double y, const std::string& text, double size, bool bold = false) {
+void SetColour(cairo_t* cr, Rgb c) { cairo_set_source_rgb(cr, c.r, c.g, c.b); }
+
+void SetFont(cairo_t* cr, double size, bool bold) {
     cairo_select_font_face(cr, "DejaVu Sans", CAIRO_FONT_SLANT_NORMAL,
                            bold ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
     cairo_set_font_size(cr, size);
+}
+
+MeasureText CairoMeasure(cairo_t* cr) {
+    return [cr](const std::string& text, double size, bool bold) {
+        SetFont(cr, size, bold);
+        cairo_text_extents_t extents;
+        cairo_text_extents(cr, text.c_str(), &extents);
+        return extents.x_advance;
+    };
+}
+
+void Text(cairo_t* cr, double x, double y, const std::string& text, double size, bool bold = false) {
+    SetFont(cr, size, bold);
     cairo_move_to(cr, x, y);
     cairo_show_text(cr, text.c_str());
     cairo_new_path(cr);  // the next line must not start where the text ended
 }
 
-constexpr double kDegree = 3.141592653589793 / 180.0;
-
-struct Box {
-    double x0, y0, x1, y1;
-    bool Overlaps(const Box& o) const { return x0 < o.x1 && o.x0 < x1 && y0 < o.y1 && o.y0 < y1; }
-};
-
-void Arrow(cairo_t* cr, double cx, double cy, double length, double angleDeg, double width, bool dashed) {
-    const double c = std::cos(angleDeg * kDegree);
-    const double s = std::sin(angleDeg * kDegree);
-    const double head = std::min(14.0, length * 0.4);
-    const double tipX = cx + length * c;
-    const double tipY = cy - length * s;
-    cairo_set_line_width(cr, width);
-    if (dashed) {
-        const double dashes[] = {7.0, 4.0};
-        cairo_set_dash(cr, dashes, 2, 0);
-    }
-    cairo_move_to(cr, cx, cy);
-    cairo_line_to(cr, tipX - head * 0.8 * c, tipY + head * 0.8 * s);
-    cairo_stroke(cr);
-    cairo_set_dash(cr, nullptr, 0, 0);
-    // The head: a filled triangle along the arrow.
-    const double baseX = tipX - head * c;
-    const double baseY = tipY + head * s;
-    cairo_move_to(cr, tipX, tipY);
-    cairo_line_to(cr, baseX - head * 0.35 * s, baseY - head * 0.35 * c);
-    cairo_line_to(cr, baseX + head * 0.35 * s, baseY + head * 0.35 * c);
-    cairo_close_path(cr);
-    cairo_fill(cr);
+Box TextBox(double x, double y, double width, double size) {
+    return {x - 2, y - size, x + width + 2, y + 0.3 * size};
 }
 
-std::string PhasorLabel(const char* name, const Phasor& p, const char* unit, int decimals) {
-    return std::string(name) + " " + Fixed(p.magnitude, decimals) + " " + unit + " \u2220 " + Fixed(p.angle, 1) +
-           "\u00B0";
+// The text at `size`, or smaller down to `minSize`, or cut short with an ellipsis,
+// so that it is no wider than `maxWidth`.
+PlacedText FitText(PlacedText::Kind kind, std::string text, double x, double y, double size, bool bold,
+                   double maxWidth, const MeasureText& measure, double minSize = 9) {
+    double width = measure(text, size, bold);
+    if (width > maxWidth && size > minSize) {
+        size = std::max(minSize, std::floor(size * maxWidth / width * 2) / 2);
+        width = measure(text, size, bold);
+    }
+    if (width > maxWidth) {
+        while (!text.empty() && width > maxWidth) {
+            // One whole UTF-8 character: its continuation bytes, then its first byte.
+            while (!text.empty() && (static_cast<unsigned char>(text.back()) & 0xC0) == 0x80) text.pop_back();
+            if (!text.empty()) text.pop_back();
+            width = measure(text + "\u2026", size, bold);
+        }
+        text += "\u2026";
+    }
+    return {kind, std::move(text), size, bold, x, y, TextBox(x, y, width, size), kInk};
+}
+
+std::string Exponent(double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.2e", value);
+    return text;
+}
+
+std::string AngleText(double angle) {
+    if (std::isfinite(angle) && std::fabs(angle) < 1e6) return Fixed(angle, 1);
+    return CompactNumber(angle, 1);
+}
+
+// Whether the segment from (ax, ay) to (bx, by) passes through the box (Liang-Barsky).
+bool Crosses(const Box& box, double ax, double ay, double bx, double by) {
+    double t0 = 0, t1 = 1;
+    const double dx = bx - ax, dy = by - ay;
+    const double p[] = {-dx, dx, -dy, dy};
+    const double q[] = {ax - box.x0, box.x1 - ax, ay - box.y0, box.y1 - ay};
+    for (int k = 0; k < 4; ++k) {
+        if (p[k] == 0) {
+            if (q[k] < 0) return false;
+            continue;
+        }
+        const double t = q[k] / p[k];
+        if (p[k] < 0) t0 = std::max(t0, t);
+        else t1 = std::min(t1, t);
+        if (t0 > t1) return false;
+    }
+    return true;
+}
+
+struct Spot {
+    double x, y;  // start of the baseline
+    Box box;
+};
+
+double DistanceToBox(const Box& box, double x, double y) {
+    const double dx = std::max({box.x0 - x, 0.0, x - box.x1});
+    const double dy = std::max({box.y0 - y, 0.0, y - box.y1});
+    return std::hypot(dx, dy);
 }
 
 }  // namespace
 
-void CheckPictureName(const std::string& path) { TypeOf(path); }
+std::string CompactNumber(double value, int decimals) {
+    if (std::isnan(value)) return "nan";
+    if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+    const double size = std::fabs(value);
+    if (size == 0 || (size < 1e6 && size >= 0.5 * std::pow(10.0, -decimals))) return Fixed(value, decimals);
+    return Exponent(value);
+}
+
+std::string CompactNumbers(const std::string& text) {
+    std::string out;
+    std::size_t k = 0;
+    while (k < text.size()) {
+        const bool startsNumber = std::isdigit(static_cast<unsigned char>(text[k])) &&
+                                  (k == 0 || !std::isalnum(static_cast<unsigned char>(text[k - 1])));
+        if (!startsNumber) {
+            out += text[k++];
+            continue;
+        }
+        std::size_t end = k;
+        while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end]))) ++end;
+        const std::size_t integerDigits = end - k;
+        if (end + 1 < text.size() && text[end] == '.' && std::isdigit(static_cast<unsigned char>(text[end + 1]))) {
+            ++end;
+            while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end]))) ++end;
+        }
+        const std::string number = text.substr(k, end - k);
+        // A million and up, as in CompactNumber; shorter numbers are left as written.
+        out += integerDigits > 6 ? Exponent(std::strtod(number.c_str(), nullptr)) : number;
+        k = end;
+    }
+    return out;
+}
+
+DiagramLayout LayOutVectorDiagram(const VectorDiagram& d, const MeasureText& measure) {
+    DiagramLayout layout;
+    layout.width = 1000;
+    layout.height = 640;
+    layout.cx = 380;
+    layout.cy = 365;
+    layout.radius = 215;
+    const double cx = layout.cx, cy = layout.cy, R = layout.radius;
+    const double sideX = 740;
+    // Labels of the arrows stay left of the side texts and below the subtitle.
+    const Box region{8, 70, sideX - 12, layout.height - 8};
+
+    auto& texts = layout.texts;
+    texts.push_back(FitText(PlacedText::Kind::Title, d.title, 24, 36, 20, true, layout.width - 48, measure, 12));
+    texts.push_back(FitText(PlacedText::Kind::Subtitle, CompactNumbers(d.subtitle), 24, 60, 13, false,
+                            layout.width - 48, measure));
+    texts.back().colour = kMuted;
+
+    std::vector<Box> taken;
+    for (int a = 0; a < 360; a += 90) {
+        const std::string mark = std::to_string(a) + "\u00B0";
+        const double w = measure(mark, 12, false);
+        const double x = cx + (R + 18) * std::cos(a * kDegree) - w / 2;
+        const double y = cy - (R + 18) * std::sin(a * kDegree) + 4;
+        texts.push_back({PlacedText::Kind::Mark, mark, 12, false, x, y, TextBox(x, y, w, 12), kMuted});
+        taken.push_back(texts.back().box);
+    }
+
+    // Each group on its own scale over its finite magnitudes: voltages reach the outer
+    // circle, currents 0.8 of it.
+    struct Vector {
+        std::string label;
+        double length, angle;
+        bool current;
+        int phase;
+    };
+    std::vector<Vector> vectors;
+    auto addGroup = [&](const Phasor* group, bool current, double& scale) {
+        static const char* const kPhase[] = {"A", "B", "C"};
+        for (int k = 0; k < 3; ++k)
+            if (std::isfinite(group[k].magnitude)) scale = std::max(scale, std::fabs(group[k].magnitude));
+        const double reach = current ? 0.8 : 1.0;
+        for (int k = 0; k < 3; ++k) {
+            const Phasor& p = group[k];
+            const bool drawable = std::isfinite(p.magnitude) && std::isfinite(p.angle) && scale > 0;
+            Vector v{std::string(current ? "I" : "U") + kPhase[k] + " " +
+                         CompactNumber(p.magnitude, current ? 3 : 2) + (current ? " A" : " V"),
+                     drawable ? R * reach * (std::fabs(p.magnitude) / scale) : 0,
+                     // A negative magnitude points the other way.
+                     !drawable ? 0 : p.magnitude < 0 ? p.angle + 180 : p.angle, current, k};
+            // A zero has no direction to tell.
+            if (p.magnitude != 0) v.label += " \u2220 " + AngleText(p.angle) + "\u00B0";
+            vectors.push_back(v);
+        }
+    };
+    if (d.voltages) addGroup(d.u, false, layout.uScale);
+    if (d.currents) addGroup(d.i, true, layout.iScale);
+
+    for (const Vector& v : vectors) {
+        PlacedArrow a;
+        a.length = v.length;
+        a.angle = v.angle;
+        a.dashed = v.current;
+        a.width = v.current ? 2 : 3;
+        // Smaller heads for currents, so that a voltage's head under one still shows.
+        a.head = std::min(v.current ? 11.0 : 14.0, v.length * 0.4);
+        a.halo = v.current ? 5.5 : 0;
+        a.colour = v.current ? CurrentColour(v.phase) : kPhaseColours[v.phase];
+        layout.arrows.push_back(a);
+    }
+
+    // Labels: long arrows first, beyond their tips; short and zero ones around the centre
+    // where room is left. The first candidate that keeps clear of the marks, the other
+    // labels and the arrows wins; failing that, the nearest free place, with a leader.
+    constexpr double kShort = 4;
+    std::vector<std::size_t> order(vectors.size());
+    for (std::size_t n = 0; n < order.size(); ++n) order[n] = n;
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return (vectors[a].length >= kShort) > (vectors[b].length >= kShort);
+    });
+    auto crossesArrow = [&](const Box& box) {
+        const Box wide{box.x0 - 3, box.y0 - 3, box.x1 + 3, box.y1 + 3};
+        for (const PlacedArrow& a : layout.arrows) {
+            const double tipX = cx + a.length * std::cos(a.angle * kDegree);
+            const double tipY = cy - a.length * std::sin(a.angle * kDegree);
+            if (Crosses(wide, cx, cy, tipX, tipY)) return true;
+        }
+        return false;
+    };
+    auto free = [&](const Box& box) {
+        return box.Inside(region) &&
+               std::none_of(taken.begin(), taken.end(), [&box](const Box& o) { return box.Overlaps(o); });
+    };
+
+    for (const std::size_t n : order) {
+        const Vector& v = vectors[n];
+        const double size = 13;
+        const bool bold = !v.current;
+        const double w = measure(v.label, size, bold);
+        const double h = 1.3 * size;
+        // The label centred on (x, y).
+        auto at = [&](double x, double y) {
+            const double left = x - w / 2, baseline = y + 0.35 * size;
+            return Spot{left, baseline, TextBox(left, baseline, w, size)};
+        };
+        const bool isShort = v.length < kShort;
+        // Short ones are labelled from the centre: their angle may not even be a number.
+        const double anchorX = isShort ? cx : cx + v.length * std::cos(v.angle * kDegree);
+        const double anchorY = isShort ? cy : cy - v.length * std::sin(v.angle * kDegree);
+
+        // Centres of candidate boxes: the box beyond the point `distance` out from the
+        // anchor, touching it with the corner or edge that faces the anchor, then shifted
+        // sideways (up and down, or left and right for an upright direction).
+        std::vector<std::pair<double, double>> candidates;
+        auto addAlong = [&](double angle, std::initializer_list<double> distances, int lateral) {
+            const double c = std::cos(angle * kDegree), s = -std::sin(angle * kDegree);
+            const double offsetX = c > 0.35 ? w / 2 + 2 : c < -0.35 ? -(w / 2 + 2) : 0;
+            const double offsetY = s > 0.35 ? h / 2 : s < -0.35 ? -h / 2 : 0;
+            const bool upright = std::fabs(c) <= 0.35;
+            for (double distance : distances)
+                for (int side = 0; side <= 2 * lateral; ++side) {
+                    const double shift = (side + 1) / 2 * (side % 2 == 1 ? 1.0 : -1.0);
+                    candidates.emplace_back(anchorX + distance * c + offsetX + (upright ? shift * (w / 2 + 6) : 0),
+                                            anchorY + distance * s + offsetY + (upright ? 0 : shift * (h + 2)));
+                }
+        };
+        if (!isShort) {
+            addAlong(v.angle, {8, 18, 30, 46, 66}, 2);
+        } else {
+            for (double distance : {8.0, 22.0, 40.0, 60.0})
+                for (double angle : {300.0, 240.0, 60.0, 120.0, 270.0, 90.0, 0.0, 180.0, 330.0, 210.0, 30.0, 150.0})
+                    addAlong(angle, {distance}, 0);
+        }
+
+        std::optional<Spot> best;
+        for (int pass = 0; pass < 2 && !best; ++pass)
+            for (const auto& [x, y] : candidates) {
+                const Spot spot = at(x, y);
+                if (free(spot.box) && (pass == 1 || !crossesArrow(spot.box))) {
+                    best = spot;
+                    break;
+                }
+            }
+        if (!best) {
+            // The nearest free place to the first wish, clear of arrows if it can be.
+            const double wishX = candidates.front().first, wishY = candidates.front().second;
+            double bestCost = std::numeric_limits<double>::infinity();
+            for (double y = region.y0 + h / 2; y <= region.y1 - h / 2; y += 4)
+                for (double x = region.x0 + w / 2 + 2; x <= region.x1 - w / 2 - 2; x += 4) {
+                    const double distance = std::hypot(x - wishX, y - wishY);
+                    if (distance >= bestCost) continue;
+                    const Spot spot = at(x, y);
+                    if (!free(spot.box)) continue;
+                    const double cost = distance + (crossesArrow(spot.box) ? 80 : 0);
+                    if (cost >= bestCost) continue;
+                    bestCost = cost;
+                    best = spot;
+                }
+        }
+        if (!best) best = at(candidates.front().first, candidates.front().second);
+        PlacedText label{PlacedText::Kind::Phasor, v.label, size, bold, best->x, best->y, best->box,
+                         v.current ? CurrentColour(v.phase) : kPhaseColours[v.phase]};
+        label.anchorX = anchorX;
+        label.anchorY = anchorY;
+        label.leader = DistanceToBox(best->box, anchorX, anchorY) > (isShort ? 64 : 40);
+        taken.push_back(best->box);
+        texts.push_back(label);
+    }
+
+    // Beside the diagram: the scales, then the notes while there is room.
+    double y = 132;
+    const double maxWidth = layout.width - sideX - 36 - 8;
+    auto scale = [&](PlacedText::Kind kind, const char* name, double value, const char* unit, int decimals) {
+        const std::string text = value > 0 ? std::string(name) + ": outer circle " + CompactNumber(value, decimals) +
+                                                 " " + unit
+                                           : std::string(name) + ": all zero";
+        texts.push_back(FitText(kind, text, sideX + 36, y, 13, false, maxWidth, measure));
+        y += 20;
+    };
+    texts.push_back(FitText(PlacedText::Kind::Note, "Scales", sideX, 110, 14, true, maxWidth, measure));
+    if (d.voltages) scale(PlacedText::Kind::ScaleU, "U", layout.uScale, "V", 2);
+    if (d.currents) scale(PlacedText::Kind::ScaleI, "I", layout.iScale / 0.8, "A", 3);
+    y += 14;
+    for (std::size_t n = 0; n < d.notes.size() && y < layout.height - 8; ++n) {
+        texts.push_back(FitText(PlacedText::Kind::Note, CompactNumbers(d.notes[n]), sideX, y, n == 0 ? 14 : 13,
+                                n == 0, layout.width - sideX - 8, measure));
+        y += n == 0 ? 22 : 20;
+    }
+    return layout;
+}
+
+void CheckPictureName(const std::string& path) {
+    TypeOf(path);
+    CheckWritable(path, "--plot");
+}
+
+namespace {
+
+void Shaft(cairo_t* cr, double cx, double cy, const PlacedArrow& a) {
+    const double c = std::cos(a.angle * kDegree), s = std::sin(a.angle * kDegree);
+    const double end = a.length - a.head * 0.8;
+    if (end <= 0) return;
+    auto stroke = [&](double width) {
+        cairo_set_line_width(cr, width);
+        if (a.dashed) cairo_set_dash(cr, kDashes, 2, 0);
+        cairo_move_to(cr, cx, cy);
+        cairo_line_to(cr, cx + end * c, cy - end * s);
+        cairo_stroke(cr);
+        cairo_set_dash(cr, nullptr, 0, 0);
+    };
+    if (a.halo > 0) {
+        cairo_set_source_rgb(cr, 1, 1, 1);
+        stroke(a.halo);
+    }
+    SetColour(cr, a.colour);
+    stroke(a.width);
+}
+
+void Head(cairo_t* cr, double cx, double cy, const PlacedArrow& a) {
+    if (a.length <= 0) {
+        // Nothing to point with: a ring at the centre says the vector is there.
+        SetColour(cr, a.colour);
+        cairo_set_line_width(cr, 1.5);
+        cairo_arc(cr, cx, cy, a.dashed ? 6 : 3.5, 0, 2 * kPi);
+        cairo_stroke(cr);
+        return;
+    }
+    const double c = std::cos(a.angle * kDegree), s = std::sin(a.angle * kDegree);
+    const double tipX = cx + a.length * c, tipY = cy - a.length * s;
+    const double baseX = tipX - a.head * c, baseY = tipY + a.head * s;
+    cairo_move_to(cr, tipX, tipY);
+    cairo_line_to(cr, baseX - a.head * 0.35 * s, baseY - a.head * 0.35 * c);
+    cairo_line_to(cr, baseX + a.head * 0.35 * s, baseY + a.head * 0.35 * c);
+    cairo_close_path(cr);
+    if (a.halo > 0) {
+        cairo_set_source_rgb(cr, 1, 1, 1);
+        cairo_set_line_width(cr, a.halo - a.width);
+        cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+        cairo_stroke_preserve(cr);
+    }
+    SetColour(cr, a.colour);
+    cairo_fill(cr);
+}
+
+}  // namespace
 
 void DrawVectorDiagram(const VectorDiagram& d, const std::string& path) {
-    constexpr double kWidth = 1000, kHeight = 640;
-    constexpr double cx = 380, cy = 365, R = 215;
-    Picture picture(path, kWidth, kHeight);
+    Picture picture(path, 1000, 640);
     cairo_t* cr = picture.cr();
+    const DiagramLayout layout = LayOutVectorDiagram(d, CairoMeasure(cr));
+    const double cx = layout.cx, cy = layout.cy, R = layout.radius;
 
-    SetColour(cr, kInk);
-    Text(cr, 24, 36, d.title, 20, true);
-    SetColour(cr, kMuted);
-    Text(cr, 24, 60, d.subtitle, 13);
-
-    // Grid: quarter circles, the axes and the angle marks.
+    // Grid: quarter circles and a spoke every 30 degrees.
     SetColour(cr, kGrid);
     cairo_set_line_width(cr, 1);
     for (int ring = 1; ring <= 4; ++ring) {
-        cairo_arc(cr, cx, cy, R * ring / 4.0, 0, 2 * 3.141592653589793);
+        cairo_arc(cr, cx, cy, R * ring / 4.0, 0, 2 * kPi);
         cairo_stroke(cr);
     }
     for (int a = 0; a < 360; a += 30) {
@@ -188,87 +505,33 @@ void DrawVectorDiagram(const VectorDiagram& d, const std::string& path) {
         cairo_line_to(cr, cx + R * std::cos(a * kDegree), cy - R * std::sin(a * kDegree));
         cairo_stroke(cr);
     }
-    // Labels of the arrows keep clear of the angle marks and of each other.
-    std::vector<Box> placed;
-    SetColour(cr, kMuted);
-    for (int a = 0; a < 360; a += 90) {
-        const std::string mark = std::to_string(a) + "\u00B0";
-        cairo_set_font_size(cr, 12);
-        const double w = TextWidth(cr, mark);
-        const double x = cx + (R + 18) * std::cos(a * kDegree) - w / 2;
-        const double y = cy - (R + 18) * std::sin(a * kDegree) + 4;
-        Text(cr, x, y, mark, 12);
-        placed.push_back({x - 2, y - 12, x + w + 2, y + 4});
-    }
-
-    // Voltages reach the outer circle, currents 0.8 of it, each on its own scale.
-    double uScale = 0, iScale = 0;
-    for (int k = 0; k < 3; ++k) {
-        uScale = std::max(uScale, std::fabs(d.u[k].magnitude));
-        iScale = std::max(iScale, std::fabs(d.i[k].magnitude));
-    }
-    auto drawGroup = [&](const Phasor* group, const char* prefix, const char* unit, double scale,
-                         double reach, bool dashed) {
-        static const char* const kPhase[] = {"A", "B", "C"};
-        for (int k = 0; k < 3; ++k) {
-            const Phasor& p = group[k];
-            if (scale <= 0 || p.magnitude == 0) continue;
-            // A negative magnitude points the other way.
-            const double length = R * reach * std::fabs(p.magnitude) / scale;
-            const double angle = p.magnitude < 0 ? p.angle + 180 : p.angle;
-            SetColour(cr, kPhaseColours[k]);
-            Arrow(cr, cx, cy, length, angle, dashed ? 2.0 : 3.0, dashed);
-
-            const std::string name = std::string(prefix) + kPhase[k];
-            const std::string label = PhasorLabel(name.c_str(), p, unit, unit[0] == 'V' ? 2 : 3);
-            cairo_set_font_size(cr, 13);
-            const double w = TextWidth(cr, label);
-            const double c = std::cos(angle * kDegree), s = std::sin(angle * kDegree);
-            double x = cx + (length + 10) * c;
-            double y = cy - (length + 10) * s + 5;
-            if (c < -0.2) x -= w;
-            else if (c <= 0.2) x -= w / 2;
-            Box box{x - 2, y - 13, x + w + 2, y + 4};
-            const double push = s >= 0 ? -18 : 18;
-            for (int tries = 0; tries < 12 && std::any_of(placed.begin(), placed.end(),
-                                                           [&box](const Box& o) { return box.Overlaps(o); });
-                 ++tries) {
-                y += push;
-                box.y0 += push;
-                box.y1 += push;
-            }
-            placed.push_back(box);
-            Text(cr, x, y, label, 13, !dashed);
+    for (const PlacedText& t : layout.texts)
+        if (t.leader) {
+            SetColour(cr, kMuted);
+            cairo_set_line_width(cr, 0.75);
+            const double dots[] = {1.5, 2.0};
+            cairo_set_dash(cr, dots, 2, 0);
+            cairo_move_to(cr, t.anchorX, t.anchorY);
+            cairo_line_to(cr, std::clamp(t.anchorX, t.box.x0, t.box.x1), std::clamp(t.anchorY, t.box.y0, t.box.y1));
+            cairo_stroke(cr);
+            cairo_set_dash(cr, nullptr, 0, 0);
         }
-    };
-    if (d.voltages) drawGroup(d.u, "U", "V", uScale, 1.0, false);
-    if (d.currents) drawGroup(d.i, "I", "A", iScale, 0.8, true);
+    // Shafts, then heads, currents last: a current at a voltage's angle lies on top of it.
+    for (const PlacedArrow& a : layout.arrows) Shaft(cr, cx, cy, a);
+    for (const PlacedArrow& a : layout.arrows) Head(cr, cx, cy, a);
 
-    // Beside the diagram: the scales, the phasors and the notes.
-    double y = 110;
-    const double x = 740;
-    SetColour(cr, kInk);
-    Text(cr, x, y, "Scales", 14, true);
-    y += 22;
-    cairo_set_line_width(cr, 3);
-    cairo_move_to(cr, x, y - 4);
-    cairo_line_to(cr, x + 28, y - 4);
-    cairo_stroke(cr);
-    Text(cr, x + 36, y, "U: outer circle " + Fixed(uScale, 2) + " V", 13);
-    y += 20;
-    cairo_set_line_width(cr, 2);
-    const double dashes[] = {7.0, 4.0};
-    cairo_set_dash(cr, dashes, 2, 0);
-    cairo_move_to(cr, x, y - 4);
-    cairo_line_to(cr, x + 28, y - 4);
-    cairo_stroke(cr);
-    cairo_set_dash(cr, nullptr, 0, 0);
-    Text(cr, x + 36, y, "I: outer circle " + Fixed(iScale / 0.8, 3) + " A", 13);
-    y += 34;
-    for (std::size_t n = 0; n < d.notes.size(); ++n) {
-        SetColour(cr, kInk);
-        Text(cr, x, y, d.notes[n], n == 0 ? 14 : 13, n == 0);
-        y += n == 0 ? 22 : 20;
+    for (const PlacedText& t : layout.texts) {
+        SetColour(cr, t.colour);
+        if (t.kind == PlacedText::Kind::ScaleU || t.kind == PlacedText::Kind::ScaleI) {
+            const bool dashed = t.kind == PlacedText::Kind::ScaleI;
+            cairo_set_line_width(cr, dashed ? 2 : 3);
+            if (dashed) cairo_set_dash(cr, kDashes, 2, 0);
+            cairo_move_to(cr, t.x - 36, t.y - 4);
+            cairo_line_to(cr, t.x - 8, t.y - 4);
+            cairo_stroke(cr);
+            cairo_set_dash(cr, nullptr, 0, 0);
+        }
+        Text(cr, t.x, t.y, t.text, t.size, t.bold);
     }
     picture.Commit();
 }
@@ -277,7 +540,7 @@ namespace {
 
 // Round steps (1, 2 or 5 times a power of ten) giving about `count` ticks over span.
 double TickStep(double span, int count) {
-    if (!(span > 0)) return 1;
+    if (!(span > 0) || !std::isfinite(span)) return 1;
     const double raw = span / count;
     const double power = std::pow(10.0, std::floor(std::log10(raw)));
     for (double m : {1.0, 2.0, 5.0})
@@ -285,61 +548,129 @@ double TickStep(double span, int count) {
     return 10 * power;
 }
 
+// A tick's text: as many decimals as the step needs, exponent form for the very large
+// and the very small.
+std::string TickLabel(double value, double step) {
+    if (value == 0) return "0";
+    const double size = std::max(std::fabs(value), step);
+    if (size >= 1e6 || step < 1e-4) {
+        // Enough digits to tell neighbours apart, as on an axis far from zero.
+        const int digits = std::clamp(static_cast<int>(std::ceil(std::log10(size / step))), 2, 15);
+        char text[48];
+        std::snprintf(text, sizeof text, "%.*e", digits, value);
+        return text;
+    }
+    const int decimals = step >= 1 ? 0 : static_cast<int>(std::ceil(-std::log10(step) - 1e-9));
+    return Fixed(value, decimals);
+}
+
 }  // namespace
+
+AmplitudeAxis LayOutAmplitudeAxis(double largest) {
+    AmplitudeAxis axis;
+    if (!(largest > 0) || !std::isfinite(largest)) return axis;
+    axis.step = TickStep(largest, 5);
+    axis.ticks = static_cast<int>(std::max(1.0, std::ceil(largest / axis.step)));
+    axis.top = axis.ticks * axis.step;
+    if (axis.top < largest) axis.top = ++axis.ticks * axis.step;  // rounding fell short
+    if (!(axis.step > 0) || !std::isfinite(axis.top) || axis.ticks > 10) {
+        // At the ends of the double range no round top exists: one tick at the largest.
+        axis.ticks = 1;
+        axis.step = axis.top = largest;
+    }
+    return axis;
+}
 
 void DrawSpectrum(const SpectrumChart& chart, const std::string& path) {
     constexpr double kWidth = 960, kHeight = 540;
     constexpr double left = 80, right = 920, top = 80, bottom = 470;
     Picture picture(path, kWidth, kHeight);
     cairo_t* cr = picture.cr();
+    const MeasureText measure = CairoMeasure(cr);
+    const PlacedText title =
+        FitText(PlacedText::Kind::Title, CompactNumbers(chart.title), 24, 36, 20, true, kWidth - 48, measure, 12);
     SetColour(cr, kInk);
-    Text(cr, 24, 36, chart.title, 20, true);
+    Text(cr, title.x, title.y, title.text, title.size, true);
 
-    double fMin = 0, fMax = 1, aMax = 0;
-    if (!chart.frequency.empty()) {
-        fMin = *std::min_element(chart.frequency.begin(), chart.frequency.end());
-        fMax = *std::max_element(chart.frequency.begin(), chart.frequency.end());
+    std::vector<double> frequencies;
+    for (double f : chart.frequency)
+        if (std::isfinite(f)) frequencies.push_back(f);
+    double fMin = 0, fMax = 1, largest = 0;
+    if (!frequencies.empty()) {
+        fMin = *std::min_element(frequencies.begin(), frequencies.end());
+        fMax = *std::max_element(frequencies.begin(), frequencies.end());
     }
     for (double a : chart.amplitude)
-        if (std::isfinite(a)) aMax = std::max(aMax, a);
-    if (fMax <= fMin) fMax = fMin + 1;
-    const double aStep = TickStep(aMax > 0 ? aMax : 1, 5);
-    const double aTop = std::max(aStep, std::ceil((aMax > 0 ? aMax : 1) / aStep) * aStep);
-    // Half a bar of room at each end, so that the first and last bars are whole.
-    const double slot = chart.frequency.size() > 1 ? (fMax - fMin) / static_cast<double>(chart.frequency.size() - 1)
-                                                   : 1.0;
+        if (std::isfinite(a)) largest = std::max(largest, a);
+    const AmplitudeAxis axis = LayOutAmplitudeAxis(largest);
+    // Half a bar of room at each end, so that the first and last bars are whole; a lone
+    // frequency, however large, still gets a span that doubles can tell apart.
+    double slot = frequencies.size() > 1 ? (fMax - fMin) / static_cast<double>(frequencies.size() - 1) : 0;
+    if (!(slot > std::fabs(fMax) * 1e-9) || !std::isfinite(slot)) slot = std::max(1.0, std::fabs(fMax) * 1e-6);
     const double f0 = fMin - slot / 2, f1 = fMax + slot / 2;
     auto X = [&](double f) { return left + (f - f0) / (f1 - f0) * (right - left); };
-    auto Y = [&](double a) { return bottom - a / aTop * (bottom - top); };
+    auto Y = [&](double a) { return bottom - std::min(a / axis.top, 1.0) * (bottom - top); };
 
     cairo_set_line_width(cr, 1);
-    for (double a = 0; a <= aTop + aStep / 2; a += aStep) {
+    for (int k = 0; k <= axis.ticks; ++k) {
+        const double a = k == axis.ticks ? axis.top : k * axis.step;
         SetColour(cr, kGrid);
         cairo_move_to(cr, left, Y(a));
         cairo_line_to(cr, right, Y(a));
         cairo_stroke(cr);
         SetColour(cr, kMuted);
-        const std::string mark = Fixed(a, aStep < 1 ? 2 : 0);
-        cairo_set_font_size(cr, 12);
-        Text(cr, left - 8 - TextWidth(cr, mark), Y(a) + 4, mark, 12);
+        const std::string mark = TickLabel(a, axis.step);
+        Text(cr, left - 8 - measure(mark, 12, false), Y(a) + 4, mark, 12);
     }
+    // Ticks by index, so that a step lost in the rounding of large frequencies cannot
+    // stall the loop; a mark that would touch the one before is left out.
     const double fStep = TickStep(f1 - f0, 8);
-    for (double f = std::ceil(f0 / fStep) * fStep; f <= f1; f += fStep) {
+    const double fromF = fMin >= 0 ? std::max(f0, 0.0) : f0;  // no negative ticks under a spectrum
+    const double first = std::ceil(fromF / fStep);
+    double lastEnd = -std::numeric_limits<double>::infinity();
+    for (int k = 0; k <= 20; ++k) {
+        const double f = (first + k) * fStep + 0.0;
+        if (f > f1) break;
+        const std::string mark = TickLabel(f, fStep);
+        const double w = measure(mark, 12, false);
+        const double x = std::clamp(X(f) - w / 2, 2.0, kWidth - 2 - w);
+        if (x < lastEnd + 8) continue;
+        lastEnd = x + w;
         SetColour(cr, kMuted);
-        const std::string mark = Fixed(f, fStep < 1 ? 2 : 0);
-        cairo_set_font_size(cr, 12);
-        Text(cr, X(f) - TextWidth(cr, mark) / 2, bottom + 18, mark, 12);
+        Text(cr, x, bottom + 18, mark, 12);
     }
     Text(cr, (left + right) / 2 - 40, bottom + 44, "frequency, Hz", 13);
     Text(cr, 24, top - 16, "amplitude", 13);
 
-    const double barWidth = std::max(1.0, 0.8 * (X(f0 + slot) - X(f0)));
-    SetColour(cr, {0.20, 0.40, 0.75});
+    const double barWidth = std::clamp(0.8 * (X(f0 + slot) - X(f0)), 1.0, right - left);
     for (std::size_t k = 0; k < chart.frequency.size() && k < chart.amplitude.size(); ++k) {
-        const double a = chart.amplitude[k];
-        if (!std::isfinite(a) || a <= 0) continue;
-        cairo_rectangle(cr, X(chart.frequency[k]) - barWidth / 2, Y(a), barWidth, bottom - Y(a));
+        const double a = chart.amplitude[k], f = chart.frequency[k];
+        if (!std::isfinite(f) || std::isnan(a) || a <= 0) continue;
+        const double x = X(f) - barWidth / 2;
+        if (std::isinf(a)) {
+            // Off the scale: a pale bar to the top with a mark pointing up.
+            SetColour(cr, {0.65, 0.75, 0.92});
+            cairo_rectangle(cr, x, top, barWidth, bottom - top);
+            cairo_fill(cr);
+            SetColour(cr, {0.20, 0.40, 0.75});
+            const double half = std::min(6.0, barWidth / 2 + 1);
+            cairo_move_to(cr, X(f), top);
+            cairo_line_to(cr, X(f) - half, top + 1.6 * half);
+            cairo_line_to(cr, X(f) + half, top + 1.6 * half);
+            cairo_close_path(cr);
+            cairo_fill(cr);
+            continue;
+        }
+        SetColour(cr, {0.20, 0.40, 0.75});
+        cairo_rectangle(cr, x, Y(a), barWidth, bottom - Y(a));
         cairo_fill(cr);
+    }
+    const bool anyBar = std::any_of(chart.amplitude.begin(), chart.amplitude.end(), [](double a) { return a > 0; });
+    if (!anyBar) {
+        // An empty chart is told apart from one that failed to draw.
+        const std::string note = chart.amplitude.empty() ? "no frequencies" : "all amplitudes are zero";
+        SetColour(cr, kMuted);
+        Text(cr, (left + right - measure(note, 14, false)) / 2, (top + bottom) / 2, note, 14);
     }
     SetColour(cr, kInk);
     cairo_move_to(cr, left, top);

@@ -1,15 +1,17 @@
 // Pictures through cairo: the vector diagram of a fault and the bars of a spectrum.
 // The type follows the file's extension (.png, .svg, .pdf); the picture is drawn to a
 // temporary name beside the file and renamed, so a failed run leaves no half picture.
+// Where things go is worked out apart from cairo (the Lay* functions), so that tests
+// can check the layout without drawing.
 #pragma once
 
-#include <array>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace kvdata {
 
-// Error unless the name ends in .png, .svg or .pdf.
+// Error unless the name ends in .png, .svg or .pdf and a file can be created there.
 void CheckPictureName(const std::string& path);
 
 struct Phasor {
@@ -39,5 +41,70 @@ void DrawSpectrum(const SpectrumChart& chart, const std::string& path);
 // Frees what cairo and fontconfig keep for the life of the process, so that a leak
 // checker sees only our own memory. Called once, at the end of the run.
 void ReleasePictureResources();
+
+// ---- Layout -------------------------------------------------------------------------
+
+// Fixed decimals for ordinary sizes; 3 significant digits in exponent form (1.23e+12)
+// from a million up and below the last decimal, so that no label grows with its value.
+std::string CompactNumber(double value, int decimals);
+// The same for the long numbers inside a text made elsewhere (subtitles, notes).
+std::string CompactNumbers(const std::string& text);
+
+// Width in points of a text at a font size; cairo's in the program, a stand-in in tests.
+using MeasureText = std::function<double(const std::string& text, double size, bool bold)>;
+
+struct Box {
+    double x0 = 0, y0 = 0, x1 = 0, y1 = 0;
+    bool Overlaps(const Box& o) const { return x0 < o.x1 && o.x0 < x1 && y0 < o.y1 && o.y0 < y1; }
+    bool Inside(const Box& o) const { return x0 >= o.x0 && y0 >= o.y0 && x1 <= o.x1 && y1 <= o.y1; }
+};
+
+struct Rgb {
+    double r = 0, g = 0, b = 0;
+};
+
+struct PlacedText {
+    enum class Kind { Title, Subtitle, Mark, Phasor, ScaleU, ScaleI, Note };
+    Kind kind;
+    std::string text;
+    double size = 13;
+    bool bold = false;
+    double x = 0, y = 0;  // start of the baseline
+    Box box;              // what the text covers, with a little air
+    Rgb colour;
+    // A phasor's label belongs to its arrow's tip (the centre for a short one); placed
+    // away from it, the label gets a thin leader line there.
+    double anchorX = 0, anchorY = 0;
+    bool leader = false;
+};
+
+struct PlacedArrow {
+    double length = 0;  // points from the centre; 0 draws a dot
+    double angle = 0;   // degrees, as drawn (a negative magnitude turned round)
+    double width = 0;
+    double head = 0;
+    bool dashed = false;
+    double halo = 0;  // width of the white outline under the line and the head
+    Rgb colour;
+};
+
+struct DiagramLayout {
+    double width = 0, height = 0;
+    double cx = 0, cy = 0, radius = 0;
+    double uScale = 0, iScale = 0;  // magnitudes drawn at the outer circle and at 0.8 of it
+    // Shafts in this order, then the heads in this order: currents come after voltages.
+    std::vector<PlacedArrow> arrows;
+    std::vector<PlacedText> texts;
+};
+DiagramLayout LayOutVectorDiagram(const VectorDiagram& diagram, const MeasureText& measure);
+
+// Round ticks (1, 2 or 5 times a power of ten) from 0 up to `top` >= largest; `top` stays
+// finite however large the values, and an all-zero or empty chart gets 0..1.
+struct AmplitudeAxis {
+    double top = 1;
+    double step = 0.2;
+    int ticks = 5;  // above zero
+};
+AmplitudeAxis LayOutAmplitudeAxis(double largest);
 
 }  // namespace kvdata

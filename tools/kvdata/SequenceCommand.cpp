@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "Cli.h"
+#include "Limits.h"
 
 namespace kvdata {
 
@@ -16,6 +17,7 @@ struct SequenceOptions {
     int device = -1;
     bool noFold = false;
     bool json = false;
+    std::string output;
 };
 
 // "mag@angle,mag@angle,mag@angle" into three magnitudes and angles.
@@ -29,6 +31,9 @@ void ParseThree(const std::string& text, const char* what, double* magnitude, do
         throw Error(std::string(what) + ": '" + text + "' is not three phases A,B,C (each magnitude@angle)");
     for (int k = 0; k < 3; ++k) {
         const PhasorText p = ParsePhasor(parts[static_cast<std::size_t>(k)], what);
+        if (p.magnitude < 0)
+            throw Error(std::string(what) + ": '" + parts[static_cast<std::size_t>(k)] +
+                        "' has a negative magnitude; give the angle instead");
         magnitude[k] = p.magnitude;
         angle[k] = p.angle;
     }
@@ -37,7 +42,7 @@ void ParseThree(const std::string& text, const char* what, double* magnitude, do
 const char* const kPhases[] = {"A", "B", "C"};
 const char* const kLines[] = {"AB", "BC", "CA"};
 
-void Table(const char* heading, const char* const* names, const kv::CValueIU& v, bool voltages, bool currents) {
+void Table(std::FILE* out, const char* heading, const char* const* names, const kv::CValueIU& v, bool voltages, bool currents) {
     std::vector<std::vector<std::string>> rows;
     std::vector<std::string> header{heading};
     if (voltages) header.insert(header.end(), {"U, V", "angle U, deg"});
@@ -45,11 +50,12 @@ void Table(const char* heading, const char* const* names, const kv::CValueIU& v,
     rows.push_back(header);
     for (int k = 0; k < 3; ++k) {
         std::vector<std::string> row{names[k]};
-        if (voltages) row.insert(row.end(), {Fixed(v.dU[k], 4), Fixed(v.dFiU[k], 2)});
-        if (currents) row.insert(row.end(), {Fixed(v.dI[k], 4), Fixed(v.dFiI[k], 2)});
+        const int m = Decimals(4), a = Decimals(2);
+        if (voltages) row.insert(row.end(), {Fixed(v.dU[k], m), FixedAngle(v.dU[k], v.dFiU[k], m, a)});
+        if (currents) row.insert(row.end(), {Fixed(v.dI[k], m), FixedAngle(v.dI[k], v.dFiI[k], m, a)});
         rows.push_back(row);
     }
-    PrintTable(rows);
+    PrintTable(out, rows);
 }
 
 Json Group(const kv::CValueIU& v, const char* const* names, bool voltages, bool currents) {
@@ -62,6 +68,7 @@ Json Group(const kv::CValueIU& v, const char* const* names, bool voltages, bool 
 }
 
 void Run(const SequenceOptions& o) {
+    Output out(o.output);
     if (o.u.empty() && o.i.empty()) throw Error("give the phase voltages (--u) or currents (--i) or both");
     if (o.device >= 0) ApplyDevice(o.device);
     if (o.noFold) kv::glob_bEnableAbsAngle = 0;
@@ -76,30 +83,31 @@ void Run(const SequenceOptions& o) {
     const int sequenceOk = kv::FazToSim(sequence, mask);
     kv::CValueIU line = phases;
     const int lineOk = kv::FazToLin(line, mask);
+    const Verdicts limits = CheckLimits(phases, line, voltages, currents);
 
     const char* const sequenceNames[] = {"positive", "negative", o.arm ? "zero x3" : "zero"};
+    std::FILE* f = out.file();
     if (o.json) {
-        Json out;
-        out["phases"] = Group(phases, kPhases, voltages, currents);
-        out["symmetrical"] = Group(sequence, sequenceNames, voltages, currents);
-        out["symmetrical"]["zero_tripled"] = o.arm;
-        out["symmetrical"]["within_limits"] = sequenceOk == 1;
-        out["line"] = Group(line, kLines, voltages, currents);
-        out["line"]["within_limits"] = lineOk == 1;
-        out["limits"] = {{"globUmax", kv::globUmax}, {"globImax", kv::globImax}};
-        std::printf("%s\n", out.dump(2).c_str());
-        return;
+        Json json;
+        json["phases"] = Group(phases, kPhases, voltages, currents);
+        json["symmetrical"] = Group(sequence, sequenceNames, voltages, currents);
+        json["symmetrical"]["zero_tripled"] = o.arm;
+        json["symmetrical"]["within_limits"] = sequenceOk == 1;
+        json["line"] = Group(line, kLines, voltages, currents);
+        json["line"]["within_limits"] = lineOk == 1;
+        json["device"] = o.device >= 0 ? Json(o.device) : Json(nullptr);
+        json["limits"] = VerdictsJson(limits);
+        json["within_limits"] = limits.within;
+        std::fprintf(f, "%s\n", json.dump(2).c_str());
+    } else {
+        PrintVerdicts(f, limits, o.device);
+        std::fprintf(f, "\nSymmetrical components%s (%s)\n", o.arm ? ", zero sequence as 3U0 and 3I0" : "",
+                     LibraryCheck(sequenceOk, voltages, currents, "components").c_str());
+        Table(f, "Sequence", sequenceNames, sequence, voltages, currents);
+        std::fprintf(f, "\nLine values (%s)\n", LibraryCheck(lineOk, voltages, currents, "line values").c_str());
+        Table(f, "Line", kLines, line, voltages, currents);
     }
-    auto limits = [](int ok) {
-        return ok == 1 ? std::string("within the limits")
-                       : "a magnitude exceeds the limits (globUmax " + Fixed(kv::globUmax, 1) + " V, globImax " +
-                             Fixed(kv::globImax, 1) + " A)";
-    };
-    std::printf("Symmetrical components%s, %s\n", o.arm ? " (zero sequence as 3U0, 3I0)" : "",
-                limits(sequenceOk).c_str());
-    Table("Sequence", sequenceNames, sequence, voltages, currents);
-    std::printf("\nLine values, %s\n", limits(lineOk).c_str());
-    Table("Line", kLines, line, voltages, currents);
+    out.Commit();
 }
 
 }  // namespace
@@ -113,6 +121,7 @@ void AddSequenceCommand(CLI::App& app) {
     cmd->add_option("--device", o->device, "Check against the limits of this device type");
     cmd->add_flag("--no-fold", o->noFold, "Leave angles as computed instead of folding them into 0..360");
     cmd->add_flag("--json", o->json, "Print JSON");
+    cmd->add_option("-o,--output", o->output, "Write the output into this file instead of standard output");
     cmd->callback([o] { Run(*o); });
 }
 

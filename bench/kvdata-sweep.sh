@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# End-to-end speed of kvdata's main job: a sweep of ROWS fault points written as CSV and
+# as JSON lines, in rows per second, beside what the computation alone costs per row
+# (the synthesis and the two transforms, from kv_bench).
+#   bench/kvdata-sweep.sh [BUILD_DIR] [ROWS]      (defaults: build, 1000000)
+set -euo pipefail
+build=${1:-build}
+rows=${2:-1000000}
+kvdata=$build/tools/kvdata/kvdata
+bench=$build/bench/kv_bench
+[ -x "$kvdata" ] || { echo "no $kvdata: build the project first" >&2; exit 1; }
+
+# ROWS points of U from 0 in steps of 0.0001 V, on one core.
+last=$(awk -v n="$rows" 'BEGIN { printf "%.4f", (n - 1) * 0.0001 }')
+sweep=(fault FaultAB --u "0:$last:0.0001" --max-rows "$rows")
+out=$(mktemp)
+trap 'rm -f "$out"' EXIT
+
+run() {  # label, extra arguments
+    local start end seconds bytes
+    start=$(date +%s.%N)
+    taskset -c 0 "$kvdata" "${sweep[@]}" "${@:2}" >"$out"
+    end=$(date +%s.%N)
+    seconds=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }')
+    bytes=$(stat -c %s "$out")
+    awk -v l="$1" -v s="$seconds" -v n="$rows" -v b="$bytes" \
+        'BEGIN { printf "%-12s %8.3f s  %10.0f rows/s  %6.0f bytes/row\n", l, s, n / s, b / n }'
+}
+
+echo "kvdata ${sweep[*]}"
+run "CSV"
+run "JSON lines" --json
+
+if [ -x "$bench" ]; then
+    per_row=$(taskset -c 0 "$bench" --benchmark_filter='^BM_(SetUIFaza|FazToSim|FazToLin)$' \
+                  --benchmark_min_time=0.2 --benchmark_format=json 2>/dev/null |
+              awk -F: '/"real_time"/ { gsub(/[ ,]/, "", $2); sum += $2 } END { printf "%.1f", sum }')
+    awk -v ns="$per_row" -v n="$rows" \
+        'BEGIN { printf "%-12s %8.3f s  %10.0f rows/s  (SetUIFaza + FazToSim + FazToLin, %.1f ns a row)\n", "computation", ns * n / 1e9, 1e9 / ns, ns }'
+fi

@@ -1,0 +1,39 @@
+// The device's limits, checked as an engineer means them: phase voltages against the
+// phase-voltage limit, line voltages against the line-voltage limit, phase currents
+// against the current limit. (The library's own transforms compare components and line
+// values with the phase limits; the outputs say so beside these verdicts.)
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "Cli.h"
+
+namespace kvdata {
+
+struct Verdict {
+    const char* what;       // "phase voltages"
+    const char* key;        // "phase_voltages"
+    const char* limitName;  // "globUmax"
+    const char* unit;
+    double limit;
+    double largest;
+    const char* where;  // the phase or line of the largest
+    bool exceeded;
+};
+
+struct Verdicts {
+    Verdict items[3];
+    int count = 0;
+    bool within = true;
+};
+
+// `line` holds the line values of `phases` (FazToLin); halves not given are not checked.
+Verdicts CheckLimits(const kv::CValueIU& phases, const kv::CValueIU& line, bool voltages, bool currents);
+
+void PrintVerdicts(std::FILE* out, const Verdicts& verdicts, int device);
+Json VerdictsJson(const Verdicts& verdicts);
+// The library's own check of a transform, with what it compared.
+std::string LibraryCheck(int withinLimits, bool voltages, bool currents, const char* quantities);
+
+}  // namespace kvdata
