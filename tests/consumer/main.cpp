@@ -1,8 +1,11 @@
-// Uses the installed library as a client program would: through the umbrella header,
-// the exported globals and functions, and the platform layer's archive.
+// Uses the installed libraries as a client program would: through the umbrella headers,
+// the exported globals and functions, the platform layer's archive, and a fault at an
+// impedance from the engineering layer.
+#include <cmath>
 #include <cstdio>
 
 #include "Kv_Data.h"
+#include "Kv_Relay.h"
 
 int main() {
     int failures = 0;
@@ -24,6 +27,21 @@ int main() {
 
     kv::CString field;
     check(kv::AfxExtractSubString(field, "1;0.05;2", 1, ';') && field == "0.05", "field extraction");
+
+    kv::relay::ImpedanceFault fault;
+    fault.z = kv::relay::Impedance::Polar(5, 75);
+    fault.k0 = kv::relay::ResidualCompensation::Polar(0.8, -5);
+    fault.model = kv::relay::ConstantCurrent{5};
+    const auto result = kv::relay::Calculate(fault);
+    check(std::abs(result.phases.voltages.a.Magnitude() - 44.958) < 5e-4, "an earth fault at 5 ohm 75 deg");
+    bool refused = false;
+    try {
+        fault.nominalVoltage = -1;
+        kv::relay::Calculate(fault);
+    } catch (const kv::relay::Error&) {
+        refused = true;
+    }
+    check(refused, "bad input is a kv::relay::Error");
 
     if (failures == 0)
         std::printf("consumer: every check holds\n");

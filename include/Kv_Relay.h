@@ -1,0 +1,8 @@
+// Kv_Relay: the engineering layer of protection-relay testing on top of Kv_Data.
+// Including this header gives the whole interface of the layer.
+#pragma once
+
+#include "Kv_Relay/DeviceLimits.h"
+#include "Kv_Relay/Error.h"
+#include "Kv_Relay/ImpedanceFault.h"
+#include "Kv_Relay/Phasors.h"
