@@ -31,6 +31,21 @@ struct VectorDiagram {
 };
 void DrawVectorDiagram(const VectorDiagram& diagram, const std::string& path);
 
+// An R-X diagram: the line impedance from the relay to the fault, and what each of the
+// relay's six measuring loops sees (in ohms).
+struct RxPoint {
+    std::string label;  // "AN", "BN", "CN", "AB", "BC", "CA"
+    bool present = false;  // a loop without current has no apparent impedance
+    double r = 0, x = 0;
+};
+struct RxDiagram {
+    std::string title;  // "R-X plane"
+    double faultR = 0, faultX = 0;
+    RxPoint loops[6];
+};
+// The vector diagram with the R-X diagram beside it, in one picture.
+void DrawVectorAndRxDiagrams(const VectorDiagram& vectors, const RxDiagram& rx, const std::string& path);
+
 struct SpectrumChart {
     std::string title;
     std::vector<double> frequency;
