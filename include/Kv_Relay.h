@@ -2,6 +2,7 @@
 // Including this header gives the whole interface of the layer.
 #pragma once
 
+#include "Kv_Relay/Components.h"
 #include "Kv_Relay/DeviceLimits.h"
 #include "Kv_Relay/Error.h"
 #include "Kv_Relay/ImpedanceFault.h"

@@ -141,6 +141,8 @@ struct ImpedanceFaultResult {
     // False where the faulted loop's voltage exceeds its pre-fault value (|VX| > Vn for
     // earth and three-phase faults, |VXY| > Un for phase-to-phase), which no real fault gives.
     bool feasible = true;
+    double loopVoltage = 0;          // |VX| (earth, three-phase) or |VXY| (phase-to-phase), V
+    double preFaultLoopVoltage = 0;  // Vn or Un, V
     std::optional<LimitVerdicts> limits;  // when the fault gave limits
 };
 

@@ -184,7 +184,8 @@ ImpedanceFaultResult Calculate(const ImpedanceFault& f) {
         }
         v[x] = ze * i[x];
         faulted = x;
-        r.feasible = !(Magnitude(v[x]) > vn * (1.0 + kFeasibleSlack));
+        r.loopVoltage = Magnitude(v[x]);
+        r.preFaultLoopVoltage = vn;
     } else if (loop < 6) {  // phase-to-phase fault on x-y
         const PhaseToPhaseLoop& p = kPhaseToPhase[loop - 3];
         Complex ix;
@@ -200,16 +201,19 @@ ImpedanceFaultResult Calculate(const ImpedanceFault& f) {
         v[p.x] = (vxy - e[p.w]) / 2.0;
         v[p.y] = (-vxy - e[p.w]) / 2.0;
         faulted = p.x;
-        r.feasible = !(Magnitude(vxy) > f.nominalVoltage * (1.0 + kFeasibleSlack));
+        r.loopVoltage = Magnitude(vxy);
+        r.preFaultLoopVoltage = f.nominalVoltage;
     } else {  // three-phase fault
         const double it = sourceModel ? 0.0 : TestCurrent(f.model, Magnitude(z));
         for (std::size_t x = 0; x < 3; ++x) {
             i[x] = sourceModel ? SourceQuotient(e[x], source.zs + z)
                                : AtAngle(it, kPhaseAngle[x] * kRadiansPerDegree - ArgOrZero(z));
             v[x] = z * i[x];
-            r.feasible = r.feasible && !(Magnitude(v[x]) > vn * (1.0 + kFeasibleSlack));
         }
+        r.loopVoltage = Magnitude(v[0]);
+        r.preFaultLoopVoltage = vn;
     }
+    r.feasible = !(r.loopVoltage > r.preFaultLoopVoltage * (1.0 + kFeasibleSlack));
     for (std::size_t k = 0; k < 3; ++k) {
         if (!IsFinite(v[k]) || !IsFinite(i[k]))
             throw Error("z: the fault's voltages or currents lie beyond the range of numbers");

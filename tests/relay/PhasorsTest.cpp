@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "Kv_Relay/Components.h"
 #include "Kv_Relay/Error.h"
 
 namespace {
@@ -34,6 +35,29 @@ TEST(PhasorsTest, ReportZeroesWhatIsRoundingNoise) {
     EXPECT_NEAR(reported[2].magnitude, 1e-11, 1e-25);
     const auto none = kv::relay::Report({});
     EXPECT_EQ(none[0].magnitude, 0);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(ComponentsTest, StarsFallIntoTheirSequencesAndLinesAreDifferences) {
+    using kv::relay::ThreePhase;
+    const ThreePhase positive{Phasor::Polar(10, 20), Phasor::Polar(10, 260), Phasor::Polar(10, 140)};
+    const auto s = kv::relay::Symmetrical(positive);
+    EXPECT_NEAR(s.positive.Magnitude(), 10, 1e-13);
+    EXPECT_NEAR(s.positive.Angle(), 20, 1e-12);
+    EXPECT_LT(s.negative.Magnitude(), 1e-14);
+    EXPECT_LT(s.zero.Magnitude(), 1e-14);
+    const auto negative = kv::relay::Symmetrical({positive.a, positive.c, positive.b});
+    EXPECT_NEAR(negative.negative.Magnitude(), 10, 1e-13);
+    const auto zero = kv::relay::Symmetrical({Phasor::Polar(3, 0), Phasor(), Phasor()});
+    EXPECT_NEAR(zero.zero.Magnitude(), 1, 1e-15);  // X0, not 3·X0
+
+    const auto line = kv::relay::LineValues(positive);
+    EXPECT_NEAR(line.a.Magnitude(), 10 * std::sqrt(3.0), 1e-12);
+    EXPECT_NEAR(line.a.Angle(), 50, 1e-12);  // AB leads A by 30°
+    EXPECT_EQ(line.c.Value(), positive.c.Value() - positive.a.Value());
 }
 
 }  // namespace

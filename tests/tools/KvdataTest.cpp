@@ -12,6 +12,7 @@
 #include <tuple>
 
 #include "Kv_Data.h"
+#include "Kv_Relay.h"
 
 namespace {
 
@@ -95,6 +96,67 @@ TEST_F(Kvdata, SweepsGiveOneRowPerPoint) {
     EXPECT_EQ(currents, (std::vector<double>{1, 1.5, 2}));
 }
 
+TEST_F(Kvdata, ImpedanceFaultsAreTheLayersAndSweepLikeFaults) {
+    kv::relay::ImpedanceFault f;
+    f.z = kv::relay::Impedance::Polar(5, 75);
+    f.k0 = kv::relay::ResidualCompensation::Polar(0.8, -5);
+    f.model = kv::relay::ConstantCurrent{5};
+    const auto r = kv::relay::Calculate(f);
+    const Outcome json = Kv("impedance an --z 5@75 --k0 0.8@-5 --current 5 --device 35 --json");
+    ASSERT_EQ(json.status, 0) << json.err;
+    const auto j = nlohmann::json::parse(json.out);
+    EXPECT_EQ(j["phases"]["voltages"]["A"]["magnitude"].get<double>(), r.phases.voltages.a.Magnitude());
+    EXPECT_EQ(j["phases"]["currents"]["A"]["angle"].get<double>(), r.phases.currents.a.Angle());
+    EXPECT_EQ(j["loops"]["AN"]["r"].get<double>(), r.loops[0]->R());
+    EXPECT_TRUE(j["loops"]["BC"].is_null());
+    EXPECT_EQ(j["k0"]["rerl"].get<double>(), *r.k0.rerl);
+    EXPECT_EQ(j["test_current"].get<double>(), 5);
+    EXPECT_TRUE(j["feasible"].get<bool>());
+    EXPECT_EQ(j["limits"]["umax"].get<double>(), 140);
+    EXPECT_EQ(j["model"], "current");
+
+    // k0 in its other forms gives the same fault; the table names what it shows.
+    const auto same = nlohmann::json::parse(
+        Kv("impedance AN --rx " + std::to_string(f.z.R()) + "," + std::to_string(f.z.X()) + " --rerl 1.0572 --xexl 0.7783 --json").out);
+    EXPECT_NEAR(same["phases"]["voltages"]["A"]["magnitude"].get<double>(), 44.958, 2e-3);
+    const Outcome table = Kv("impedance BC --z 5@75 --voltage 120");
+    EXPECT_NE(table.out.find("NOT FEASIBLE: the faulted loop's voltage 120.000 V exceeds its pre-fault value 100.000 V (Un)"),
+              std::string::npos) << table.out;
+
+    // A sweep of |Z| and of the current: one row per point, every row with the header's columns.
+    const Outcome csv = Kv("impedance AB --z 1:3:1@75 --current 1:2:1");
+    ASSERT_EQ(csv.status, 0) << csv.err;
+    std::istringstream lines(csv.out);
+    std::string header, row;
+    std::getline(lines, header);
+    EXPECT_EQ(header.rfind("loop,model,nominal,z.r,z.x,z.magnitude,z.angle,", 0), 0u);
+    EXPECT_NE(header.find(",loops.AB.r,"), std::string::npos);
+    int rows = 0;
+    while (std::getline(lines, row)) {
+        ++rows;
+        EXPECT_EQ(std::count(row.begin(), row.end(), ','), std::count(header.begin(), header.end(), ','));
+    }
+    EXPECT_EQ(rows, 6);
+    EXPECT_EQ(Kv("impedance AB --rx 0:1:0.1,4 --json").out.find("0.30000000000000004"), std::string::npos);
+
+    for (const auto& [args, message] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"impedance AN", "give the impedance to the fault with --z MAG@ANG or with --rx R,X"},
+             {"impedance AN --z 5@75 --current 5 --sir 2", "give one test model"},
+             {"impedance AN --z 5@75 --ks 1@0", "--ks is the source's k0"},
+             {"impedance AN --z -5@75", "--z: a magnitude is not negative"},
+             {"impedance AN --z 5@75 --k0 1@0 --z0z1 2@0", "give k0 in one form"},
+             {"impedance XN --z 5@75", "LOOP: must be AN, BN, CN, AB, BC, CA or ABC, got 'XN'"},
+             {"impedance AN --z 0@0 --voltage 10", "--voltage: a constant voltage needs a loop impedance that is not 0"},
+             {"impedance AN --z 5@75 --current nan", "--current: 'nan' is not a number"},
+             {"impedance AN --z 5@75 --device 7", "--device: unknown device type 7"},
+         }) {
+        const Outcome run = Kv(args);
+        EXPECT_EQ(run.status, 1) << args;
+        EXPECT_NE(run.err.find(message), std::string::npos) << args << " said: " << run.err;
+        EXPECT_TRUE(run.out.empty()) << args;
+    }
+}
+
 TEST_F(Kvdata, ErrorsNameWhatWasWrong) {
     std::ofstream(dir / "bad.csv") << "x\n1\n2\nabc\n";
     const struct {
@@ -106,7 +168,7 @@ TEST_F(Kvdata, ErrorsNameWhatWasWrong) {
         {"fault FaultAB --u 3x", "kvdata: --u: '3x' is not a number"},
         {"fault FaultAB --phi 0:10:-1", "kvdata: --phi: the step of '0:10:-1' does not lead from START to STOP"},
         {"fault FaultAB --plot " + (dir / "a.jpg").string(), "is not a picture name"},
-        {"fault FaultAB --device 7", "kvdata: unknown device type 7"},
+        {"fault FaultAB --device 7", "kvdata: --device: unknown device type 7"},
         {"fault FaultA --function record", "FaultA (code 0) is not handled by SetUIFaza (record); it is handled by SetIFaza (--function current), SetUIFaza (--function full)"},
         {"fault FaultAB --u nan", "--u: 'nan' is not a number"},
         {"fault FaultAB --aux-angle inf", "--aux-angle: 'inf' is not a number"},

@@ -13,6 +13,9 @@
 #include <utility>
 
 #include "Cli.h"
+
+#include "Kv_Relay/DeviceLimits.h"
+#include "Kv_Relay/Error.h"
 #include "NumberText.h"
 
 namespace kvdata {
@@ -214,11 +217,11 @@ const char* ResultMeaning(int result) {
 }
 
 void ApplyDevice(int code) {
-    static constexpr int kKnownTypes[] = {20, 21, 23, 30, 31, 35, 900};
-    if (std::find(std::begin(kKnownTypes), std::end(kKnownTypes), code) == std::end(kKnownTypes))
-        throw Error("unknown device type " + std::to_string(code) + "; known: 20, 21, 23, 30, 31, 35, 900");
-    kv::glob_dwKavorType = static_cast<kv::DWORD>(code);
-    kv::SetConstantsFromKavorType();
+    try {
+        kv::relay::ApplyDeviceType(code);
+    } catch (const kv::relay::Error& e) {
+        throw Error(std::string("--") + e.what());
+    }
 }
 
 int g_decimals = -1;

@@ -485,12 +485,10 @@ void Head(cairo_t* cr, double cx, double cy, const PlacedArrow& a) {
     cairo_fill(cr);
 }
 
-}  // namespace
-
-void DrawVectorDiagram(const VectorDiagram& d, const std::string& path) {
-    Picture picture(path, 1000, 640);
-    cairo_t* cr = picture.cr();
-    const DiagramLayout layout = LayOutVectorDiagram(d, CairoMeasure(cr));
+// The vector diagram with its top left corner at (left, top) of a picture of any size.
+void PaintVectorDiagram(cairo_t* cr, const DiagramLayout& layout, double left, double top) {
+    cairo_save(cr);
+    cairo_translate(cr, left, top);
     const double cx = layout.cx, cy = layout.cy, R = layout.radius;
 
     // Grid: quarter circles and a spoke every 30 degrees.
@@ -533,6 +531,15 @@ void DrawVectorDiagram(const VectorDiagram& d, const std::string& path) {
         }
         Text(cr, t.x, t.y, t.text, t.size, t.bold);
     }
+    cairo_restore(cr);
+}
+
+}  // namespace
+
+void DrawVectorDiagram(const VectorDiagram& d, const std::string& path) {
+    Picture picture(path, 1000, 640);
+    cairo_t* cr = picture.cr();
+    PaintVectorDiagram(cr, LayOutVectorDiagram(d, CairoMeasure(cr)), 0, 0);
     picture.Commit();
 }
 
@@ -677,6 +684,460 @@ void DrawSpectrum(const SpectrumChart& chart, const std::string& path) {
     cairo_line_to(cr, left, bottom);
     cairo_line_to(cr, right, bottom);
     cairo_stroke(cr);
+    picture.Commit();
+}
+
+namespace {
+
+constexpr const char* kLoopNames[] = {"AN", "BN", "CN", "AB", "BC", "CA"};
+// Phase-to-earth loops in their phase's colour and drawn round, phase-to-phase ones in
+// colours of their own and drawn as diamonds.
+constexpr Rgb kLoopColours[] = {kPhaseColours[0], kPhaseColours[1], kPhaseColours[2],
+                                {0.15, 0.35, 0.80}, {0.55, 0.20, 0.70}, {0.0, 0.50, 0.55}};
+constexpr Rgb kImpedance{0.05, 0.05, 0.05};
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+// Further out a point is only pointed at, so that the view's arithmetic stays finite;
+// a value nearer zero than the smallest sets no scale.
+constexpr double kRxLargest = 1e300, kRxSmallest = 1e-300;
+// Points closer than this in the picture share one label.
+constexpr double kCoincident = 6;
+constexpr char kOhm[] = "\u03A9";
+
+struct RxPlace {
+    int loop;  // -1 for Z
+    std::string name;
+    double r, x, magnitude, angle;
+    bool drawable;   // finite and small enough for the view
+    bool pointable;  // has a direction at least
+};
+
+RxPlace MakePlace(int loop, std::string name, double r, double x) {
+    const double magnitude = std::hypot(r, x);
+    return {loop,
+            std::move(name),
+            r,
+            x,
+            magnitude,
+            std::atan2(x, r) / kDegree,
+            std::isfinite(r) && std::isfinite(x) && magnitude <= kRxLargest,
+            !std::isnan(r) && !std::isnan(x)};
+}
+
+RxMarker LoopMarker(int loop, double x, double y) {
+    return {RxMarker::Kind::Loop, loop, x, y, {x - 6, y - 6, x + 6, y + 6}, kLoopColours[loop]};
+}
+
+std::string ImpedanceText(double magnitude, double angle, int decimals, int angleDecimals) {
+    std::string text = CompactNumber(magnitude, decimals) + " " + kOhm;
+    // A zero has no direction to tell.
+    if (magnitude != 0 && !std::isnan(magnitude)) text += " \u2220" + Fixed(angle, angleDecimals) + "\u00B0";
+    return text;
+}
+
+}  // namespace
+
+RxLayout LayOutRxDiagram(const RxDiagram& d, const MeasureText& measure, Box area) {
+    RxLayout layout;
+    auto& texts = layout.texts;
+    const double width = area.x1 - area.x0;
+    texts.push_back(FitText(PlacedText::Kind::Title, CompactNumbers(d.title), area.x0 + 24, area.y0 + 36, 18, true,
+                            width - 48, measure, 12));
+
+    // The legend: phase-to-earth loops in the left column, phase-to-phase ones in the right.
+    auto name = [&d](int k) { return d.loops[k].label.empty() ? std::string(kLoopNames[k]) : d.loops[k].label; };
+    const double column = (width - 48) / 2;
+    for (int k = 0; k < 6; ++k) {
+        const RxPoint& p = d.loops[k];
+        const double x = area.x0 + 42 + (k / 3) * column, y = area.y1 - 60 + (k % 3) * 20;
+        const std::string value = p.present ? "R = " + CompactNumber(p.r, 2) + " " + kOhm +
+                                                  "  X = " + CompactNumber(p.x, 2) + " " + kOhm
+                                            : "no value (no loop current)";
+        texts.push_back(FitText(PlacedText::Kind::Note, name(k) + "  " + value, x, y, 13, false, column - 30, measure));
+        texts.back().colour = p.present ? kInk : kMuted;
+        layout.markers.push_back(LoopMarker(k, x - 12, y - 4.5));
+    }
+
+    std::vector<RxPlace> places{MakePlace(-1, "Z", d.faultR, d.faultX)};
+    for (int k = 0; k < 6; ++k)
+        if (d.loops[k].present) places.push_back(MakePlace(k, name(k), d.loops[k].r, d.loops[k].x));
+    const RxPlace& z = places.front();
+
+    // The view: Z and the origin, and the loops within three times the scale's base, |Z|
+    // (for a fault at the relay the nearest loop that sees anything).
+    double base = z.drawable && z.magnitude >= kRxSmallest ? z.magnitude : kInfinity;
+    if (base == kInfinity)
+        for (const RxPlace& p : places)
+            if (p.drawable && p.magnitude >= kRxSmallest) base = std::min(base, p.magnitude);
+    if (base == kInfinity) base = 1;
+    double rMin = 0, rMax = 0, xMin = 0, xMax = 0;
+    for (const RxPlace& p : places)
+        if (p.drawable && (p.loop < 0 || p.magnitude <= 3 * base)) {
+            rMin = std::min(rMin, p.r);
+            rMax = std::max(rMax, p.r);
+            xMin = std::min(xMin, p.x);
+            xMax = std::max(xMax, p.x);
+        }
+    const double spanR = rMax - rMin, spanX = xMax - xMin;
+    const double size = std::max(spanR, spanX);
+    const double pad = size > 0 ? 0.12 * std::max(size, base) : base;
+
+    // Fitted to the frame at one scale for both axes; the left margin grows with the
+    // X axis's tick marks, so the frame is laid out again if they need more room.
+    const double top = area.y0 + 78, bottom = area.y1 - 106, right = area.x1 - 20;
+    auto X = [&layout](double r) { return layout.frame.x0 + (r - layout.r0) * layout.pointsPerOhm; };
+    auto Y = [&layout](double x) { return layout.frame.y1 - (x - layout.x0) * layout.pointsPerOhm; };
+    std::vector<PlacedText> marks;
+    double widestX = 0;
+    auto view = [&](double left) {
+        layout.frame = {left, top, right, bottom};
+        const double w = right - left, h = bottom - top;
+        const double scale = std::min(w / (spanR + 2 * pad), h / (spanX + 2 * pad));
+        layout.pointsPerOhm = scale;
+        layout.r0 = (rMin + rMax) / 2 - w / 2 / scale;
+        layout.r1 = (rMin + rMax) / 2 + w / 2 / scale;
+        layout.x0 = (xMin + xMax) / 2 - h / 2 / scale;
+        layout.x1 = (xMin + xMax) / 2 + h / 2 / scale;
+
+        marks.clear();
+        layout.gridR.clear();
+        layout.gridX.clear();
+        widestX = 0;
+        const std::string rName = std::string("R, ") + kOhm, xName = std::string("X, ") + kOhm;
+        const double rWidth = measure(rName, 13, false), xWidth = measure(xName, 13, false);
+        marks.push_back({PlacedText::Kind::Mark, rName, 13, false, right - rWidth, bottom + 17,
+                         TextBox(right - rWidth, bottom + 17, rWidth, 13), kInk});
+        marks.back().box.x0 -= 10;  // so that no number reads as part of the name
+        marks.push_back({PlacedText::Kind::Mark, xName, 13, false, left - 6 - xWidth, top - 14,
+                         TextBox(left - 6 - xWidth, top - 14, xWidth, 13), kInk});
+        const double span = std::max(layout.r1 - layout.r0, layout.x1 - layout.x0);
+        layout.step = TickStep(span, static_cast<int>(std::max(w, h) / 55));
+        if (!std::isfinite(span / layout.step) || span / layout.step > 40) {
+            layout.step = 0;
+            return;
+        }
+        // A mark that would touch one already placed is left out.
+        auto mark = [&](double value, double x, double baseline, bool level) {
+            const std::string text = TickLabel(value, layout.step);
+            const double markWidth = measure(text, 12, false);
+            const double at =
+                level ? x - 6 - markWidth : std::max(area.x0 + 2, std::min(x - markWidth / 2, area.x1 - 2 - markWidth));
+            const PlacedText t{PlacedText::Kind::Mark, text, 12, false, at, baseline,
+                               TextBox(at, baseline, markWidth, 12), kMuted};
+            if (level) widestX = std::max(widestX, markWidth);
+            if (t.box.Inside(area) &&
+                std::none_of(marks.begin(), marks.end(), [&t](const PlacedText& o) { return t.box.Overlaps(o.box); }))
+                marks.push_back(t);
+        };
+        // By index, so that a step lost in rounding cannot stall the loop.
+        const double firstR = std::ceil(layout.r0 / layout.step), firstX = std::ceil(layout.x0 / layout.step);
+        for (int k = 0; k <= 40; ++k) {
+            const double value = (firstR + k) * layout.step + 0.0;
+            if (value > layout.r1) break;
+            layout.gridR.push_back(X(value));
+            mark(value, X(value), bottom + 17, false);
+        }
+        for (int k = 0; k <= 40; ++k) {
+            const double value = (firstX + k) * layout.step + 0.0;
+            if (value > layout.x1) break;
+            layout.gridX.push_back(Y(value));
+            mark(value, left, Y(value) + 4, true);
+        }
+    };
+    const double xNameRoom = measure(std::string("X, ") + kOhm, 13, false) + 12;
+    view(area.x0 + std::max(48.0, xNameRoom));
+    if (widestX + 12 > layout.frame.x0 - area.x0)
+        view(area.x0 + std::min(std::max(widestX, xNameRoom) + 12, width / 3));
+    texts.insert(texts.end(), marks.begin(), marks.end());
+
+    const Box& frame = layout.frame;
+    const double ox = X(0), oy = Y(0);
+    layout.originX = ox;
+    layout.originY = oy;
+    layout.markers.push_back({RxMarker::Kind::Origin, -1, ox, oy, {ox - 4, oy - 4, ox + 4, oy + 4}, kInk});
+
+    // What is to be labelled, where, and which way from there it would best go.
+    struct Pending {
+        std::string text;
+        bool bold;
+        Rgb colour;
+        double x, y, angle;
+    };
+    std::vector<Pending> pending;
+    std::vector<Box> taken;  // markers and arrows in the frame, then the labels placed
+    struct Segment {
+        double ax, ay, bx, by;
+    };
+    std::vector<Segment> lines;  // Z and the arrows: labels go over them only when nothing else is free
+
+    // An arrow along the line from the origin toward the point, its tip at the frame's edge;
+    // arrows to one place with one value share a label.
+    struct EdgeLabel {
+        std::string names, value;
+        Rgb colour;
+        double tipX, tipY, tailX, tailY, angle;
+    };
+    std::vector<EdgeLabel> edgeLabels;
+    auto pointAt = [&](const RxPlace& p, Rgb colour, const std::string& value) {
+        const double c = std::cos(p.angle * kDegree), s = -std::sin(p.angle * kDegree);
+        const Box edge{frame.x0 + 3, frame.y0 + 3, frame.x1 - 3, frame.y1 - 3};
+        double t = kInfinity;
+        if (c > 1e-9) t = std::min(t, (edge.x1 - ox) / c);
+        if (c < -1e-9) t = std::min(t, (edge.x0 - ox) / c);
+        if (s > 1e-9) t = std::min(t, (edge.y1 - oy) / s);
+        if (s < -1e-9) t = std::min(t, (edge.y0 - oy) / s);
+        t = std::max(t, 0.0);
+        const double tail = std::max(t - 26, 0.0);
+        const RxEdgeArrow a{p.loop, ox + tail * c, oy + tail * s, ox + t * c, oy + t * s, colour};
+        layout.arrows.push_back(a);
+        taken.push_back({std::min(a.tailX, a.tipX) - 5, std::min(a.tailY, a.tipY) - 5, std::max(a.tailX, a.tipX) + 5,
+                         std::max(a.tailY, a.tipY) + 5});
+        lines.push_back({a.tailX, a.tailY, a.tipX, a.tipY});
+        for (EdgeLabel& e : edgeLabels)
+            if (e.value == value && std::hypot(e.tipX - a.tipX, e.tipY - a.tipY) < kCoincident) {
+                e.names += ", " + p.name;
+                e.colour = kInk;
+                return;
+            }
+        edgeLabels.push_back({p.name, value, colour, a.tipX, a.tipY, a.tailX, a.tailY, p.angle});
+    };
+
+    const std::string zText = "Z = " + ImpedanceText(z.magnitude, z.angle, 2, 1);
+    if (z.drawable) {
+        layout.zShown = true;
+        layout.zTipX = X(z.r);
+        layout.zTipY = Y(z.x);
+        const double tx = layout.zTipX, ty = layout.zTipY;
+        layout.markers.push_back({RxMarker::Kind::Fault, -1, tx, ty, {tx - 8, ty - 8, tx + 8, ty + 8}, kImpedance});
+        lines.push_back({ox, oy, tx, ty});
+        pending.push_back({zText, true, kImpedance, tx, ty, z.angle});
+    } else if (z.pointable) {
+        pointAt(z, kImpedance, zText);
+    } else {
+        pending.push_back({zText, true, kImpedance, ox, oy, 0});  // nowhere to draw: told at the origin
+    }
+
+    // Loops in view, those that coincide in the picture under one label.
+    struct Group {
+        std::string names;
+        Rgb colour;
+        double x, y, angle;
+    };
+    std::vector<Group> groups;
+    const Box inner{frame.x0 + 6, frame.y0 + 6, frame.x1 - 6, frame.y1 - 6};
+    for (const RxPlace& p : places) {
+        if (p.loop < 0) continue;
+        const double x = p.drawable ? X(p.r) : 0, y = p.drawable ? Y(p.x) : 0;
+        if (p.drawable && x >= inner.x0 && x <= inner.x1 && y >= inner.y0 && y <= inner.y1) {
+            layout.markers.push_back(LoopMarker(p.loop, x, y));
+            auto same = std::find_if(groups.begin(), groups.end(),
+                                     [&](const Group& g) { return std::hypot(g.x - x, g.y - y) < kCoincident; });
+            if (same != groups.end()) {
+                same->names += ", " + p.name;
+                same->colour = kInk;
+            } else {
+                groups.push_back({p.name, kLoopColours[p.loop], x, y, p.angle});
+            }
+        } else if (p.pointable) {
+            pointAt(p, kLoopColours[p.loop], ImpedanceText(p.magnitude, p.angle, 1, 0));
+        }
+    }
+    for (const RxMarker& m : layout.markers)
+        if (m.box.Overlaps(frame)) taken.push_back(m.box);
+    for (const Group& g : groups) pending.push_back({g.names, false, g.colour, g.x, g.y, g.angle});
+    // Labels at an edge go inward from the arrow's tail.
+    for (const EdgeLabel& e : edgeLabels)
+        pending.push_back({e.names + " " + e.value, false, e.colour, e.tailX, e.tailY, e.angle + 180});
+
+    // Each label at the first candidate around its point that keeps clear of the markers,
+    // arrows and labels (and, if it can, of the lines); failing that, the nearest free
+    // place in the frame, with a leader.
+    const Box inside{frame.x0 + 2, frame.y0 + 2, frame.x1 - 2, frame.y1 - 2};
+    auto crossesLine = [&](const Box& box) {
+        const Box wide{box.x0 - 2, box.y0 - 2, box.x1 + 2, box.y1 + 2};
+        return std::any_of(lines.begin(), lines.end(),
+                           [&wide](const Segment& l) { return Crosses(wide, l.ax, l.ay, l.bx, l.by); });
+    };
+    auto free = [&](const Box& box) {
+        return box.Inside(inside) &&
+               std::none_of(taken.begin(), taken.end(), [&box](const Box& o) { return box.Overlaps(o); });
+    };
+    for (const Pending& p : pending) {
+        const PlacedText fitted =
+            FitText(PlacedText::Kind::Phasor, p.text, 0, 0, 13, p.bold, inside.x1 - inside.x0 - 8, measure);
+        const double textSize = fitted.size, w = measure(fitted.text, textSize, p.bold), h = 1.3 * textSize;
+        auto at = [&](double x, double y) {
+            const double left = x - w / 2, baseline = y + 0.35 * textSize;
+            return Spot{left, baseline, TextBox(left, baseline, w, textSize)};
+        };
+        // Centres of boxes beyond the point `distance` out, touching it with the corner or
+        // edge that faces the point.
+        std::vector<std::pair<double, double>> candidates;
+        for (double distance : {8.0, 16.0, 28.0, 44.0, 64.0})
+            for (double turn : {0.0, -45.0, 45.0, -90.0, 90.0, -135.0, 135.0, 180.0}) {
+                const double c = std::cos((p.angle + turn) * kDegree), s = -std::sin((p.angle + turn) * kDegree);
+                const double offsetX = c > 0.35 ? w / 2 + 2 : c < -0.35 ? -(w / 2 + 2) : 0;
+                const double offsetY = s > 0.35 ? h / 2 : s < -0.35 ? -h / 2 : 0;
+                candidates.emplace_back(p.x + distance * c + offsetX, p.y + distance * s + offsetY);
+            }
+        std::optional<Spot> best;
+        for (int pass = 0; pass < 2 && !best; ++pass)
+            for (const auto& [x, y] : candidates) {
+                const Spot spot = at(x, y);
+                if (free(spot.box) && (pass == 1 || !crossesLine(spot.box))) {
+                    best = spot;
+                    break;
+                }
+            }
+        if (!best) {
+            const double wishX = candidates.front().first, wishY = candidates.front().second;
+            double bestCost = kInfinity;
+            for (double y = inside.y0 + h / 2; y <= inside.y1 - h / 2; y += 4)
+                for (double x = inside.x0 + w / 2 + 2; x <= inside.x1 - w / 2 - 2; x += 4) {
+                    const double distance = std::hypot(x - wishX, y - wishY);
+                    if (distance >= bestCost) continue;
+                    const Spot spot = at(x, y);
+                    if (!free(spot.box)) continue;
+                    const double cost = distance + (crossesLine(spot.box) ? 80 : 0);
+                    if (cost >= bestCost) continue;
+                    bestCost = cost;
+                    best = spot;
+                }
+        }
+        if (!best) best = at(candidates.front().first, candidates.front().second);
+        PlacedText label{PlacedText::Kind::Phasor, fitted.text, textSize, p.bold, best->x, best->y, best->box,
+                         p.colour};
+        label.anchorX = p.x;
+        label.anchorY = p.y;
+        label.leader = DistanceToBox(best->box, p.x, p.y) > 30;
+        taken.push_back(best->box);
+        texts.push_back(label);
+    }
+    return layout;
+}
+
+namespace {
+
+void PaintRxDiagram(cairo_t* cr, const RxLayout& layout) {
+    const Box& f = layout.frame;
+    cairo_set_line_width(cr, 1);
+    SetColour(cr, kGrid);
+    for (double x : layout.gridR) {
+        cairo_move_to(cr, x, f.y0);
+        cairo_line_to(cr, x, f.y1);
+    }
+    for (double y : layout.gridX) {
+        cairo_move_to(cr, f.x0, y);
+        cairo_line_to(cr, f.x1, y);
+    }
+    cairo_stroke(cr);
+    SetColour(cr, kMuted);
+    cairo_set_line_width(cr, 1.2);
+    cairo_move_to(cr, f.x0, layout.originY);
+    cairo_line_to(cr, f.x1, layout.originY);
+    cairo_move_to(cr, layout.originX, f.y0);
+    cairo_line_to(cr, layout.originX, f.y1);
+    cairo_stroke(cr);
+    cairo_set_line_width(cr, 1);
+    cairo_rectangle(cr, f.x0, f.y0, f.x1 - f.x0, f.y1 - f.y0);
+    cairo_stroke(cr);
+
+    for (const PlacedText& t : layout.texts)
+        if (t.leader) {
+            SetColour(cr, kMuted);
+            cairo_set_line_width(cr, 0.75);
+            const double dots[] = {1.5, 2.0};
+            cairo_set_dash(cr, dots, 2, 0);
+            cairo_move_to(cr, t.anchorX, t.anchorY);
+            cairo_line_to(cr, std::clamp(t.anchorX, t.box.x0, t.box.x1), std::clamp(t.anchorY, t.box.y0, t.box.y1));
+            cairo_stroke(cr);
+            cairo_set_dash(cr, nullptr, 0, 0);
+        }
+    if (layout.zShown) {
+        SetColour(cr, kImpedance);
+        cairo_set_line_width(cr, 2.5);
+        cairo_move_to(cr, layout.originX, layout.originY);
+        cairo_line_to(cr, layout.zTipX, layout.zTipY);
+        cairo_stroke(cr);
+    }
+    for (const RxEdgeArrow& a : layout.arrows) {
+        const double length = std::hypot(a.tipX - a.tailX, a.tipY - a.tailY);
+        if (!(length > 0)) continue;
+        const double c = (a.tipX - a.tailX) / length, s = (a.tipY - a.tailY) / length;
+        const double head = std::min(11.0, length), baseX = a.tipX - head * c, baseY = a.tipY - head * s;
+        SetColour(cr, a.colour);
+        cairo_set_line_width(cr, 2);
+        cairo_move_to(cr, a.tailX, a.tailY);
+        cairo_line_to(cr, baseX, baseY);
+        cairo_stroke(cr);
+        cairo_move_to(cr, a.tipX, a.tipY);
+        cairo_line_to(cr, baseX - 4.5 * s, baseY + 4.5 * c);
+        cairo_line_to(cr, baseX + 4.5 * s, baseY - 4.5 * c);
+        cairo_close_path(cr);
+        cairo_fill(cr);
+    }
+    // Rounds over diamonds, so that loops at one point still show more than one shape.
+    auto paint = [cr](const RxMarker& m) {
+        switch (m.kind) {
+            case RxMarker::Kind::Origin:
+                SetColour(cr, kInk);
+                cairo_arc(cr, m.x, m.y, 3, 0, 2 * kPi);
+                cairo_fill(cr);
+                return;
+            case RxMarker::Kind::Fault:
+                SetColour(cr, kImpedance);
+                cairo_set_line_width(cr, 2);
+                cairo_arc(cr, m.x, m.y, 7, 0, 2 * kPi);
+                cairo_stroke(cr);
+                return;
+            case RxMarker::Kind::Loop:
+                if (m.loop < 3) {
+                    cairo_arc(cr, m.x, m.y, 4.5, 0, 2 * kPi);
+                } else {
+                    cairo_move_to(cr, m.x, m.y - 6);
+                    cairo_line_to(cr, m.x + 6, m.y);
+                    cairo_line_to(cr, m.x, m.y + 6);
+                    cairo_line_to(cr, m.x - 6, m.y);
+                    cairo_close_path(cr);
+                }
+                SetColour(cr, m.colour);
+                cairo_fill_preserve(cr);
+                cairo_set_source_rgb(cr, 1, 1, 1);
+                cairo_set_line_width(cr, 1);
+                cairo_stroke(cr);
+                return;
+        }
+    };
+    for (const RxMarker& m : layout.markers)
+        if (m.kind != RxMarker::Kind::Loop || m.loop >= 3) paint(m);
+    for (const RxMarker& m : layout.markers)
+        if (m.kind == RxMarker::Kind::Loop && m.loop < 3) paint(m);
+
+    for (const PlacedText& t : layout.texts) {
+        if (t.kind == PlacedText::Kind::Phasor) {
+            // On a white ground, over the grid and the lines.
+            cairo_set_source_rgba(cr, 1, 1, 1, 0.85);
+            cairo_rectangle(cr, t.box.x0, t.box.y0, t.box.x1 - t.box.x0, t.box.y1 - t.box.y0);
+            cairo_fill(cr);
+        }
+        SetColour(cr, t.colour);
+        Text(cr, t.x, t.y, t.text, t.size, t.bold);
+    }
+}
+
+}  // namespace
+
+void DrawVectorAndRxDiagrams(const VectorDiagram& vectors, const RxDiagram& rx, const std::string& path) {
+    constexpr double kVectorWidth = 1000, kRxWidth = 640, kHeight = 640;
+    Picture picture(path, kVectorWidth + kRxWidth, kHeight);
+    cairo_t* cr = picture.cr();
+    const MeasureText measure = CairoMeasure(cr);
+    PaintVectorDiagram(cr, LayOutVectorDiagram(vectors, measure), 0, 0);
+    SetColour(cr, kGrid);
+    cairo_set_line_width(cr, 1);
+    cairo_move_to(cr, kVectorWidth, 24);
+    cairo_line_to(cr, kVectorWidth, kHeight - 24);
+    cairo_stroke(cr);
+    PaintRxDiagram(cr, LayOutRxDiagram(rx, measure, {kVectorWidth, 0, kVectorWidth + kRxWidth, kHeight}));
     picture.Commit();
 }
 

@@ -122,4 +122,41 @@ struct AmplitudeAxis {
 };
 AmplitudeAxis LayOutAmplitudeAxis(double largest);
 
+// The R-X diagram in `area` of a larger picture: ohms to the same scale on both axes, the
+// view around Z (up to about three times |Z|, with the origin), so that far loops cannot
+// shrink Z to a dot; a point outside the view is an arrow at the frame's edge on the line
+// from the origin toward it, labelled with its value.
+struct RxMarker {
+    enum class Kind { Origin, Fault, Loop };
+    Kind kind = Kind::Loop;
+    int loop = -1;  // index into RxDiagram::loops, for Kind::Loop
+    double x = 0, y = 0;
+    Box box;
+    Rgb colour;
+};
+
+struct RxEdgeArrow {
+    int loop = -1;  // -1 for Z
+    double tailX = 0, tailY = 0, tipX = 0, tipY = 0;
+    Rgb colour;
+};
+
+struct RxLayout {
+    Box frame;                              // what shows the plane
+    double r0 = 0, r1 = 1, x0 = 0, x1 = 1;  // ohms at the frame's edges
+    double pointsPerOhm = 1;                // on both axes
+    double originX = 0, originY = 0;
+    double step = 0;                        // ohms between grid lines; 0 for none
+    std::vector<double> gridR, gridX;       // x of the upright grid lines, y of the level ones
+    bool zShown = false;                    // Z is a line from the origin to (zTipX, zTipY)
+    double zTipX = 0, zTipY = 0;
+    // In the frame, then one beside each of the legend's lines.
+    std::vector<RxMarker> markers;
+    std::vector<RxEdgeArrow> arrows;
+    // Title; Mark for ticks and axis names; Phasor for the labels of points (with
+    // a leader when placed away); Note for the legend's lines.
+    std::vector<PlacedText> texts;
+};
+RxLayout LayOutRxDiagram(const RxDiagram& diagram, const MeasureText& measure, Box area);
+
 }  // namespace kvdata

@@ -23,7 +23,7 @@ std::string SubcommandOf(const CLI::App& app, int argc, char** argv) {
 }
 
 int Main(int argc, char** argv) {
-    CLI::App app("kvdata: faults, sequence components, tolerances and spectra for relay testing",
+    CLI::App app("kvdata: faults, impedance faults, sequence components, tolerances and spectra for relay testing",
                  "kvdata");
     app.require_subcommand(1);
     app.fallthrough();
@@ -38,6 +38,7 @@ int Main(int argc, char** argv) {
            "Decimals of the numbers in tables (JSON and CSV keep every digit)")
         ->type_name("N");
     kvdata::AddFaultCommand(app);
+    kvdata::AddImpedanceCommand(app);
     kvdata::AddTypesCommand(app);
     kvdata::AddSequenceCommand(app);
     kvdata::AddToleranceCommand(app);
