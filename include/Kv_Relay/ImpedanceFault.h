@@ -59,7 +59,7 @@ KV_RELAY_API std::string_view Name(MeasuringLoop loop);
 class KV_RELAY_API ResidualCompensation {
 public:
     constexpr ResidualCompensation() = default;  // k0 = 0
-    constexpr explicit ResidualCompensation(Complex k0) : m_k0(k0) {}
+    explicit ResidualCompensation(Complex k0);
 
     // |k0| and its angle in degrees.
     static ResidualCompensation Polar(double magnitude, double angleDegrees);
@@ -69,18 +69,23 @@ public:
     static ResidualCompensation FromZ0Z1(double magnitude, double angleDegrees);
 
     constexpr Complex Value() const { return m_k0; }
-    double Magnitude() const { return std::abs(m_k0); }
-    double Angle() const { return AngleDegrees180(m_k0); }  // degrees in (−180, 180]
+    double Magnitude() const { return m_magnitude; }
+    double Angle() const { return m_angle; }  // degrees in (−180, 180]
     // RE/RL = Re(k0·Z) / R and XE/XL = Im(k0·Z) / X; no value where R or X is 0.
     std::optional<double> RERL(Impedance line) const;
     std::optional<double> XEXL(Impedance line) const;
-    // Z0/Z1 = 1 + 3·k0.
+    // Z0/Z1 = 1 + 3·k0, and its polar form (degrees in (−180, 180]).
     Complex Z0Z1() const;
+    double Z0Z1Magnitude() const { return m_z0z1Magnitude; }
+    double Z0Z1Angle() const { return m_z0z1Angle; }
 
-    friend constexpr bool operator==(const ResidualCompensation&, const ResidualCompensation&) = default;
+    friend bool operator==(const ResidualCompensation& a, const ResidualCompensation& b) { return a.m_k0 == b.m_k0; }
 
 private:
     Complex m_k0{};
+    // The polar forms, worked out once: a sweep copies them with k0 instead of paying
+    // for them at every point.
+    double m_magnitude = 0, m_angle = 0, m_z0z1Magnitude = 1, m_z0z1Angle = 0;
 };
 
 // k0 in all three forms, for a result.

@@ -11,11 +11,11 @@ inline constexpr double kPi = 3.14159265358979323846;
 inline constexpr double kRadiansPerDegree = kPi / 180.0;
 inline constexpr double kDegreesPerRadian = 180.0 / kPi;
 
-// |z|: sqrt(x² + y²) where the sum of squares is a normal number, else hypot, which
-// neither overflows nor underflows. hypot would cost several times the whole of a fault.
+// |z|: sqrt(x² + y²) where the sum of squares lies well inside the range of doubles,
+// else hypot, which neither overflows nor underflows but costs as much as a whole fault.
 inline double Magnitude(std::complex<double> z) {
     const double squares = z.real() * z.real() + z.imag() * z.imag();
-    return std::isnormal(squares) && squares < 1e300 ? std::sqrt(squares) : std::hypot(z.real(), z.imag());
+    return squares > 1e-300 && squares < 1e300 ? std::sqrt(squares) : std::hypot(z.real(), z.imag());
 }
 
 }  // namespace kv::relay
