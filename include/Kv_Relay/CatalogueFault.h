@@ -1,0 +1,44 @@
+// The catalogue's faults through the layer: the core's full synthesis (the twelve-output
+// SetUIFaza) with its inputs named, its result checked and its phasors as value types.
+//
+// The core's synthesis reads the core's global state (device limits, nominal values), so
+// these functions are not for use while another thread changes that state.
+#pragma once
+
+#include <string_view>
+
+#include "Kv_Relay/Export.h"
+#include "Kv_Relay/Phasors.h"
+
+namespace kv::relay {
+
+// A fault type by name, with or without "Fault", in any letter case ("FaultAB", "ab"), or
+// by code ("6"); Error for anything the catalogue does not know.
+KV_RELAY_API int FaultTypeCode(std::string_view nameOrCode);
+// The catalogue's name of a code ("FaultAB"), as the core spells it (Windows-1251).
+KV_RELAY_API std::string FaultTypeName(int code);
+
+struct CatalogueFault {
+    int type = 6;      // the fault type's code
+    double u = 30;     // V: what U stands for depends on the type (see the core's Fault.h)
+    double i = 5;      // A
+    double phi = 75;   // degrees: the angle by which the faulted loop's voltage leads its current
+    double unom = -1;  // the phase-to-phase geometry's threshold, V; negative: the core's nominal line voltage
+    double aux = -1;   // base voltage or positive-sequence quantity of the patterns that read it; -1: none
+    double auxAngle = 0;
+    double uhealthy = -1;  // healthy-phase voltage of the types that take one; negative: the nominal
+    // The system's nominal line voltage for this synthesis (the healthy phases take it);
+    // none: what the core holds. The core's value is put back afterwards.
+    double nominalVoltage = 0;  // 0: none
+};
+
+struct CatalogueResult {
+    int result = 0;  // 0 done, 1 voltage limited, 2 current above its limit, 3 not handled
+    ThreePhaseSet phases;
+};
+
+// Error, naming the field, for non-finite inputs or a negative magnitude (U may be
+// negative for type 82 only); the result code is returned, not judged.
+KV_RELAY_API CatalogueResult Synthesise(const CatalogueFault& fault);
+
+}  // namespace kv::relay
