@@ -206,6 +206,68 @@ double DistanceToBox(const Box& box, double x, double y) {
     return std::hypot(dx, dy);
 }
 
+// A text `width` wide at font `size`, centred on (x, y).
+Spot CentredSpot(double x, double y, double width, double size) {
+    const double left = x - width / 2, baseline = y + 0.35 * size;
+    return {left, baseline, TextBox(left, baseline, width, size)};
+}
+
+// A label's way out from its point at `angle`: the unit step (y down), and the shift from
+// the point to the centre of a w-by-h box that touches it with the corner or edge facing it.
+struct Heading {
+    double c, s, offsetX, offsetY;
+};
+
+Heading HeadingAt(double angle, double w, double h) {
+    const double c = std::cos(angle * kDegree), s = -std::sin(angle * kDegree);
+    return {c, s, c > 0.35 ? w / 2 + 2 : c < -0.35 ? -(w / 2 + 2) : 0, s > 0.35 ? h / 2 : s < -0.35 ? -h / 2 : 0};
+}
+
+// Where a label `width` wide at font `size` goes: centred on the first candidate whose box
+// lies in `region` clear of `taken` and of whatever `crosses` finds, else on the first
+// clear of `taken` alone; failing both, on the free point of a 4-point grid nearest the
+// first candidate, a crossing costing 80 points of distance; failing that, on the first.
+template <class CrossesFn>
+Spot FindLabelSpot(const std::vector<std::pair<double, double>>& candidates, const Box& region,
+                   const std::vector<Box>& taken, double width, double size, CrossesFn crosses) {
+    const double h = 1.3 * size;
+    auto free = [&](const Box& box) {
+        return box.Inside(region) &&
+               std::none_of(taken.begin(), taken.end(), [&box](const Box& o) { return box.Overlaps(o); });
+    };
+    for (int pass = 0; pass < 2; ++pass)
+        for (const auto& [x, y] : candidates) {
+            const Spot spot = CentredSpot(x, y, width, size);
+            if (free(spot.box) && (pass == 1 || !crosses(spot.box))) return spot;
+        }
+    const double wishX = candidates.front().first, wishY = candidates.front().second;
+    std::optional<Spot> best;
+    double bestCost = std::numeric_limits<double>::infinity();
+    for (double y = region.y0 + h / 2; y <= region.y1 - h / 2; y += 4)
+        for (double x = region.x0 + width / 2 + 2; x <= region.x1 - width / 2 - 2; x += 4) {
+            const double distance = std::hypot(x - wishX, y - wishY);
+            if (distance >= bestCost) continue;
+            const Spot spot = CentredSpot(x, y, width, size);
+            if (!free(spot.box)) continue;
+            const double cost = distance + (crosses(spot.box) ? 80 : 0);
+            if (cost >= bestCost) continue;
+            bestCost = cost;
+            best = spot;
+        }
+    return best ? *best : CentredSpot(wishX, wishY, width, size);
+}
+
+// A point's label at `spot`, with a leader to the point once it sits further than
+// `leaderBeyond` from it.
+PlacedText PointLabel(std::string text, double size, bool bold, Rgb colour, const Spot& spot, double anchorX,
+                      double anchorY, double leaderBeyond) {
+    PlacedText label{PlacedText::Kind::Phasor, std::move(text), size, bold, spot.x, spot.y, spot.box, colour};
+    label.anchorX = anchorX;
+    label.anchorY = anchorY;
+    label.leader = DistanceToBox(spot.box, anchorX, anchorY) > leaderBeyond;
+    return label;
+}
+
 }  // namespace
 
 std::string CompactNumber(double value, int decimals) {
@@ -330,10 +392,6 @@ DiagramLayout LayOutVectorDiagram(const VectorDiagram& d, const MeasureText& mea
         }
         return false;
     };
-    auto free = [&](const Box& box) {
-        return box.Inside(region) &&
-               std::none_of(taken.begin(), taken.end(), [&box](const Box& o) { return box.Overlaps(o); });
-    };
 
     for (const std::size_t n : order) {
         const Vector& v = vectors[n];
@@ -341,11 +399,6 @@ DiagramLayout LayOutVectorDiagram(const VectorDiagram& d, const MeasureText& mea
         const bool bold = !v.current;
         const double w = measure(v.label, size, bold);
         const double h = 1.3 * size;
-        // The label centred on (x, y).
-        auto at = [&](double x, double y) {
-            const double left = x - w / 2, baseline = y + 0.35 * size;
-            return Spot{left, baseline, TextBox(left, baseline, w, size)};
-        };
         const bool isShort = v.length < kShort;
         // Short ones are labelled from the centre: their angle may not even be a number.
         const double anchorX = isShort ? cx : cx + v.length * std::cos(v.angle * kDegree);
@@ -356,15 +409,14 @@ DiagramLayout LayOutVectorDiagram(const VectorDiagram& d, const MeasureText& mea
         // sideways (up and down, or left and right for an upright direction).
         std::vector<std::pair<double, double>> candidates;
         auto addAlong = [&](double angle, std::initializer_list<double> distances, int lateral) {
-            const double c = std::cos(angle * kDegree), s = -std::sin(angle * kDegree);
-            const double offsetX = c > 0.35 ? w / 2 + 2 : c < -0.35 ? -(w / 2 + 2) : 0;
-            const double offsetY = s > 0.35 ? h / 2 : s < -0.35 ? -h / 2 : 0;
-            const bool upright = std::fabs(c) <= 0.35;
+            const Heading way = HeadingAt(angle, w, h);
+            const bool upright = std::fabs(way.c) <= 0.35;
             for (double distance : distances)
                 for (int side = 0; side <= 2 * lateral; ++side) {
                     const double shift = (side + 1) / 2 * (side % 2 == 1 ? 1.0 : -1.0);
-                    candidates.emplace_back(anchorX + distance * c + offsetX + (upright ? shift * (w / 2 + 6) : 0),
-                                            anchorY + distance * s + offsetY + (upright ? 0 : shift * (h + 2)));
+                    candidates.emplace_back(
+                        anchorX + distance * way.c + way.offsetX + (upright ? shift * (w / 2 + 6) : 0),
+                        anchorY + distance * way.s + way.offsetY + (upright ? 0 : shift * (h + 2)));
                 }
         };
         if (!isShort) {
@@ -375,39 +427,10 @@ DiagramLayout LayOutVectorDiagram(const VectorDiagram& d, const MeasureText& mea
                     addAlong(angle, {distance}, 0);
         }
 
-        std::optional<Spot> best;
-        for (int pass = 0; pass < 2 && !best; ++pass)
-            for (const auto& [x, y] : candidates) {
-                const Spot spot = at(x, y);
-                if (free(spot.box) && (pass == 1 || !crossesArrow(spot.box))) {
-                    best = spot;
-                    break;
-                }
-            }
-        if (!best) {
-            // The nearest free place to the first wish, clear of arrows if it can be.
-            const double wishX = candidates.front().first, wishY = candidates.front().second;
-            double bestCost = std::numeric_limits<double>::infinity();
-            for (double y = region.y0 + h / 2; y <= region.y1 - h / 2; y += 4)
-                for (double x = region.x0 + w / 2 + 2; x <= region.x1 - w / 2 - 2; x += 4) {
-                    const double distance = std::hypot(x - wishX, y - wishY);
-                    if (distance >= bestCost) continue;
-                    const Spot spot = at(x, y);
-                    if (!free(spot.box)) continue;
-                    const double cost = distance + (crossesArrow(spot.box) ? 80 : 0);
-                    if (cost >= bestCost) continue;
-                    bestCost = cost;
-                    best = spot;
-                }
-        }
-        if (!best) best = at(candidates.front().first, candidates.front().second);
-        PlacedText label{PlacedText::Kind::Phasor, v.label, size, bold, best->x, best->y, best->box,
-                         v.current ? CurrentColour(v.phase) : kPhaseColours[v.phase]};
-        label.anchorX = anchorX;
-        label.anchorY = anchorY;
-        label.leader = DistanceToBox(best->box, anchorX, anchorY) > (isShort ? 64 : 40);
-        taken.push_back(best->box);
-        texts.push_back(label);
+        const Spot spot = FindLabelSpot(candidates, region, taken, w, size, crossesArrow);
+        taken.push_back(spot.box);
+        texts.push_back(PointLabel(v.label, size, bold, v.current ? CurrentColour(v.phase) : kPhaseColours[v.phase],
+                                   spot, anchorX, anchorY, isShort ? 64 : 40));
     }
 
     // Beside the diagram: the scales, then the notes while there is room.
@@ -485,6 +508,21 @@ void Head(cairo_t* cr, double cx, double cy, const PlacedArrow& a) {
     cairo_fill(cr);
 }
 
+// Dotted lines from the points to their labels placed away from them.
+void PaintLeaders(cairo_t* cr, const std::vector<PlacedText>& texts) {
+    for (const PlacedText& t : texts)
+        if (t.leader) {
+            SetColour(cr, kMuted);
+            cairo_set_line_width(cr, 0.75);
+            const double dots[] = {1.5, 2.0};
+            cairo_set_dash(cr, dots, 2, 0);
+            cairo_move_to(cr, t.anchorX, t.anchorY);
+            cairo_line_to(cr, std::clamp(t.anchorX, t.box.x0, t.box.x1), std::clamp(t.anchorY, t.box.y0, t.box.y1));
+            cairo_stroke(cr);
+            cairo_set_dash(cr, nullptr, 0, 0);
+        }
+}
+
 // The vector diagram with its top left corner at (left, top) of a picture of any size.
 void PaintVectorDiagram(cairo_t* cr, const DiagramLayout& layout, double left, double top) {
     cairo_save(cr);
@@ -503,17 +541,7 @@ void PaintVectorDiagram(cairo_t* cr, const DiagramLayout& layout, double left, d
         cairo_line_to(cr, cx + R * std::cos(a * kDegree), cy - R * std::sin(a * kDegree));
         cairo_stroke(cr);
     }
-    for (const PlacedText& t : layout.texts)
-        if (t.leader) {
-            SetColour(cr, kMuted);
-            cairo_set_line_width(cr, 0.75);
-            const double dots[] = {1.5, 2.0};
-            cairo_set_dash(cr, dots, 2, 0);
-            cairo_move_to(cr, t.anchorX, t.anchorY);
-            cairo_line_to(cr, std::clamp(t.anchorX, t.box.x0, t.box.x1), std::clamp(t.anchorY, t.box.y0, t.box.y1));
-            cairo_stroke(cr);
-            cairo_set_dash(cr, nullptr, 0, 0);
-        }
+    PaintLeaders(cr, layout.texts);
     // Shafts, then heads, currents last: a current at a voltage's angle lies on top of it.
     for (const PlacedArrow& a : layout.arrows) Shaft(cr, cx, cy, a);
     for (const PlacedArrow& a : layout.arrows) Head(cr, cx, cy, a);
@@ -957,60 +985,21 @@ RxLayout LayOutRxDiagram(const RxDiagram& d, const MeasureText& measure, Box are
         return std::any_of(lines.begin(), lines.end(),
                            [&wide](const Segment& l) { return Crosses(wide, l.ax, l.ay, l.bx, l.by); });
     };
-    auto free = [&](const Box& box) {
-        return box.Inside(inside) &&
-               std::none_of(taken.begin(), taken.end(), [&box](const Box& o) { return box.Overlaps(o); });
-    };
     for (const Pending& p : pending) {
         const PlacedText fitted =
             FitText(PlacedText::Kind::Phasor, p.text, 0, 0, 13, p.bold, inside.x1 - inside.x0 - 8, measure);
         const double textSize = fitted.size, w = measure(fitted.text, textSize, p.bold), h = 1.3 * textSize;
-        auto at = [&](double x, double y) {
-            const double left = x - w / 2, baseline = y + 0.35 * textSize;
-            return Spot{left, baseline, TextBox(left, baseline, w, textSize)};
-        };
         // Centres of boxes beyond the point `distance` out, touching it with the corner or
         // edge that faces the point.
         std::vector<std::pair<double, double>> candidates;
         for (double distance : {8.0, 16.0, 28.0, 44.0, 64.0})
             for (double turn : {0.0, -45.0, 45.0, -90.0, 90.0, -135.0, 135.0, 180.0}) {
-                const double c = std::cos((p.angle + turn) * kDegree), s = -std::sin((p.angle + turn) * kDegree);
-                const double offsetX = c > 0.35 ? w / 2 + 2 : c < -0.35 ? -(w / 2 + 2) : 0;
-                const double offsetY = s > 0.35 ? h / 2 : s < -0.35 ? -h / 2 : 0;
-                candidates.emplace_back(p.x + distance * c + offsetX, p.y + distance * s + offsetY);
+                const Heading way = HeadingAt(p.angle + turn, w, h);
+                candidates.emplace_back(p.x + distance * way.c + way.offsetX, p.y + distance * way.s + way.offsetY);
             }
-        std::optional<Spot> best;
-        for (int pass = 0; pass < 2 && !best; ++pass)
-            for (const auto& [x, y] : candidates) {
-                const Spot spot = at(x, y);
-                if (free(spot.box) && (pass == 1 || !crossesLine(spot.box))) {
-                    best = spot;
-                    break;
-                }
-            }
-        if (!best) {
-            const double wishX = candidates.front().first, wishY = candidates.front().second;
-            double bestCost = kInfinity;
-            for (double y = inside.y0 + h / 2; y <= inside.y1 - h / 2; y += 4)
-                for (double x = inside.x0 + w / 2 + 2; x <= inside.x1 - w / 2 - 2; x += 4) {
-                    const double distance = std::hypot(x - wishX, y - wishY);
-                    if (distance >= bestCost) continue;
-                    const Spot spot = at(x, y);
-                    if (!free(spot.box)) continue;
-                    const double cost = distance + (crossesLine(spot.box) ? 80 : 0);
-                    if (cost >= bestCost) continue;
-                    bestCost = cost;
-                    best = spot;
-                }
-        }
-        if (!best) best = at(candidates.front().first, candidates.front().second);
-        PlacedText label{PlacedText::Kind::Phasor, fitted.text, textSize, p.bold, best->x, best->y, best->box,
-                         p.colour};
-        label.anchorX = p.x;
-        label.anchorY = p.y;
-        label.leader = DistanceToBox(best->box, p.x, p.y) > 30;
-        taken.push_back(best->box);
-        texts.push_back(label);
+        const Spot spot = FindLabelSpot(candidates, inside, taken, w, textSize, crossesLine);
+        taken.push_back(spot.box);
+        texts.push_back(PointLabel(fitted.text, textSize, p.bold, p.colour, spot, p.x, p.y, 30));
     }
     return layout;
 }
@@ -1041,17 +1030,7 @@ void PaintRxDiagram(cairo_t* cr, const RxLayout& layout) {
     cairo_rectangle(cr, f.x0, f.y0, f.x1 - f.x0, f.y1 - f.y0);
     cairo_stroke(cr);
 
-    for (const PlacedText& t : layout.texts)
-        if (t.leader) {
-            SetColour(cr, kMuted);
-            cairo_set_line_width(cr, 0.75);
-            const double dots[] = {1.5, 2.0};
-            cairo_set_dash(cr, dots, 2, 0);
-            cairo_move_to(cr, t.anchorX, t.anchorY);
-            cairo_line_to(cr, std::clamp(t.anchorX, t.box.x0, t.box.x1), std::clamp(t.anchorY, t.box.y0, t.box.y1));
-            cairo_stroke(cr);
-            cairo_set_dash(cr, nullptr, 0, 0);
-        }
+    PaintLeaders(cr, layout.texts);
     if (layout.zShown) {
         SetColour(cr, kImpedance);
         cairo_set_line_width(cr, 2.5);

@@ -5,7 +5,9 @@
 // can check the layout without drawing.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,32 @@ struct RxDiagram {
 };
 // The vector diagram with the R-X diagram beside it, in one picture.
 void DrawVectorAndRxDiagrams(const VectorDiagram& vectors, const RxDiagram& rx, const std::string& path);
+
+// Sampled waveforms: the analog channels one above the other (voltages, then currents),
+// the digital channels as steps underneath, and marked times (state boundaries, chosen
+// instants) as vertical lines with their labels, over a time axis in seconds.
+struct WaveformChart {
+    struct Analog {
+        std::string name;  // "UA"
+        std::string unit;  // "V"
+        std::span<const double> samples;
+    };
+    struct Digital {
+        std::string name;
+        std::span<const std::uint8_t> samples;
+    };
+    struct Marker {
+        double time = 0;  // s, on the chart's axis
+        std::string label;
+    };
+    std::string title;
+    double rate = 0;    // samples per second: sample n lies at start + n / rate
+    double start = 0;   // s, the time of the first sample on the axis
+    std::vector<Analog> analog;
+    std::vector<Digital> digital;
+    std::vector<Marker> markers;
+};
+void DrawWaveforms(const WaveformChart& chart, const std::string& path);
 
 struct SpectrumChart {
     std::string title;
