@@ -290,7 +290,7 @@ Sequence ParseSequence(std::string_view text) {
     Json json;
     try {
         json = Json::parse(text);
-    } catch (const Json::parse_error& e) {
+    } catch (const Json::exception& e) {  // syntax errors, and numbers beyond the range of doubles
         std::string message = e.what();
         const std::size_t bracket = message.find("] ");
         throw Error(bracket == std::string::npos ? message : message.substr(bracket + 2));

@@ -125,6 +125,9 @@ void Synthesise(const Sequence& q, std::span<const PlayedState> played, double r
             const ChannelWave& w = waves[s][c];
             double value = w.amplitude * std::cos(angle + w.angle);
             if (c >= 3 && played[s].tau) value += w.offset * decay;
+            if (!std::isfinite(value))
+                throw Error("states[" + std::to_string(s) + "]: the waveform of " + std::string(Name(static_cast<Channel>(c))) +
+                            " lies beyond the range of numbers");
             analog[c][k] = value;
         }
         for (std::size_t d = 0; d < states; ++d) digital[d][k] = d == s ? 1 : 0;

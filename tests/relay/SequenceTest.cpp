@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "Kv_Relay/Error.h"
@@ -94,6 +95,17 @@ TEST(SequenceTest, MistakesNameTheirPlace) {
     EXPECT_EQ(error("").rfind("states: must be a list of at least one state", 0), 0u);
     EXPECT_NE(error("{").find("syntax error"), std::string::npos);
     EXPECT_THROW(LoadSequence("/nonexistent/sequence.json"), Error);
+}
+
+TEST(SequenceTest, ExamplesPlay) {
+    int examples = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(KV_EXAMPLES_DIR)) {
+        if (entry.path().extension() != ".json") continue;
+        ++examples;
+        const Sequence q = LoadSequence(entry.path());
+        EXPECT_NO_THROW(Play(q)) << entry.path();
+    }
+    EXPECT_GE(examples, 4);
 }
 
 TEST(SequenceTest, IsoTimesReadAndWriteWithMicroseconds) {
