@@ -15,7 +15,8 @@ inline constexpr double kDegreesPerRadian = 180.0 / kPi;
 // else hypot, which neither overflows nor underflows but costs as much as a whole fault.
 inline double Magnitude(std::complex<double> z) {
     const double squares = z.real() * z.real() + z.imag() * z.imag();
-    return squares > 1e-300 && squares < 1e300 ? std::sqrt(squares) : std::hypot(z.real(), z.imag());
+    if (squares > 1e-300 && squares < 1e300) return std::sqrt(squares);
+    return z == std::complex<double>() ? 0.0 : std::hypot(z.real(), z.imag());  // no current is common
 }
 
 }  // namespace kv::relay
