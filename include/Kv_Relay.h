@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Kv_Relay/Components.h"
+#include "Kv_Relay/Comtrade.h"
 #include "Kv_Relay/DeviceLimits.h"
 #include "Kv_Relay/Error.h"
 #include "Kv_Relay/ImpedanceFault.h"
