@@ -46,6 +46,18 @@ void CountedExactly(benchmark::State& state, std::size_t perCall, Body body) {
     if (counted != expected) FailAllocations(state, expected, counted);
 }
 
+// Routines whose allocations must not grow with their input (a writer's names and its
+// one buffer): the count per call is reported, and the benchmark fails beyond perCall.
+template <class Body>
+void CountedAtMost(benchmark::State& state, std::size_t perCall, Body body) {
+    const std::size_t before = Allocations();
+    for (auto _ : state) body();
+    const std::size_t counted = Allocations() - before;
+    state.counters["allocs"] = benchmark::Counter(static_cast<double>(counted), benchmark::Counter::kAvgIterations);
+    const std::size_t bound = perCall * static_cast<std::size_t>(state.iterations());
+    if (counted > bound) FailAllocations(state, bound, counted);
+}
+
 // Routines that are allowed to allocate (strings, archives): the count per call is
 // reported, not checked.
 template <class Body>

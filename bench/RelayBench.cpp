@@ -1,10 +1,22 @@
 // The fault at an impedance: one call, and a million calls as a sweep makes them, over
 // the seven loops and the four test models in turn. Neither may allocate.
+// The COMTRADE writer: a 10 s record at 10 kHz in each data format, to files in a
+// temporary directory; its allocations must not depend on the number of samples.
+
+#include <stdlib.h>
 
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <numbers>
+#include <string>
+#include <vector>
 
 #include "BenchSupport.h"
+#include "Kv_Relay/Comtrade.h"
 #include "Kv_Relay/ImpedanceFault.h"
 
 namespace {
@@ -47,5 +59,86 @@ void BM_ImpedanceFault_Million(benchmark::State& state) {
     });
 }
 BENCHMARK(BM_ImpedanceFault_Million)->Unit(benchmark::kMillisecond);
+
+namespace comtrade = kv::relay::comtrade;
+
+// 100000 samples of three voltages and three currents at 50 Hz, and four contacts.
+struct ComtradeRecord {
+    static constexpr std::size_t kSamples = 100000;
+    static constexpr double kRate = 10000;
+
+    ComtradeRecord() {
+        for (std::size_t c = 0; c < 6; ++c) {
+            analog[c].resize(kSamples);
+            const double amplitude = c < 3 ? 100 * std::numbers::sqrt2 : 5 * std::numbers::sqrt2;
+            const double phase = -2 * std::numbers::pi / 3 * static_cast<double>(c % 3);
+            for (std::size_t n = 0; n < kSamples; ++n)
+                analog[c][n] = amplitude * std::sin(2 * std::numbers::pi * 50 * static_cast<double>(n) / kRate + phase);
+        }
+        for (std::size_t c = 0; c < 4; ++c) {
+            digital[c].resize(kSamples);
+            for (std::size_t n = 0; n < kSamples; ++n) digital[c][n] = (n / (1000 * (c + 1))) % 2 ? 1 : 0;
+        }
+        record.station = "Bench";
+        record.device = "Writer";
+        record.sampleRate = kRate;
+        record.samples = kSamples;
+        const char* names[] = {"UA", "UB", "UC", "IA", "IB", "IC"};
+        for (std::size_t c = 0; c < 6; ++c)
+            record.analog.push_back(
+                {names[c], std::string(1, static_cast<char>('A' + c % 3)), c < 3 ? "V" : "A", analog[c]});
+        for (std::size_t c = 0; c < 4; ++c) record.digital.push_back({"K" + std::to_string(c + 1), digital[c]});
+    }
+
+    std::array<std::vector<double>, 6> analog;
+    std::array<std::vector<std::uint8_t>, 4> digital;
+    comtrade::RecordToWrite record;
+};
+
+// A fixed number of allocations per call: paths, the configuration text, the channel
+// tables and the output buffer. One per sample would be 100000.
+constexpr std::size_t kComtradeAllocations = 100;
+
+void ComtradeWrite(benchmark::State& state, comtrade::WriteOptions options) {
+    static const ComtradeRecord data;
+    std::string pattern = (std::filesystem::temp_directory_path() / "kv_bench_comtrade_XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) {
+        kvbench::Fail(state, "cannot create a temporary directory");
+        return;
+    }
+    const std::filesystem::path dir = pattern;
+    std::uintmax_t bytes = 0;
+    try {
+        kvbench::CountedAtMost(state, kComtradeAllocations, [&] {
+            benchmark::DoNotOptimize(comtrade::Write(data.record, dir / "record", options));
+        });
+        for (const auto& entry : std::filesystem::directory_iterator(dir)) bytes += entry.file_size();
+    } catch (const std::exception& e) {
+        static std::string message;  // kept beyond the call, as the harness may keep the pointer
+        message = e.what();
+        kvbench::Fail(state, message.c_str());
+    }
+    std::filesystem::remove_all(dir);
+    state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
+}
+
+void BM_ComtradeWrite_Ascii(benchmark::State& state) { ComtradeWrite(state, {}); }
+void BM_ComtradeWrite_Binary(benchmark::State& state) {
+    ComtradeWrite(state, {comtrade::Revision::Rev2013, comtrade::DataFormat::Binary, false});
+}
+void BM_ComtradeWrite_Binary32(benchmark::State& state) {
+    ComtradeWrite(state, {comtrade::Revision::Rev2013, comtrade::DataFormat::Binary32, false});
+}
+void BM_ComtradeWrite_Float32(benchmark::State& state) {
+    ComtradeWrite(state, {comtrade::Revision::Rev2013, comtrade::DataFormat::Float32, false});
+}
+void BM_ComtradeWrite_BinarySingleFile(benchmark::State& state) {
+    ComtradeWrite(state, {comtrade::Revision::Rev2013, comtrade::DataFormat::Binary, true});
+}
+BENCHMARK(BM_ComtradeWrite_Ascii)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComtradeWrite_Binary)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComtradeWrite_Binary32)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComtradeWrite_Float32)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ComtradeWrite_BinarySingleFile)->Unit(benchmark::kMillisecond);
 
 }  // namespace

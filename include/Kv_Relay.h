@@ -4,6 +4,7 @@
 
 #include "Kv_Relay/CatalogueFault.h"
 #include "Kv_Relay/Components.h"
+#include "Kv_Relay/Comtrade.h"
 #include "Kv_Relay/DeviceLimits.h"
 #include "Kv_Relay/Error.h"
 #include "Kv_Relay/ImpedanceFault.h"

@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Kv_Relay/Export.h"
@@ -24,7 +25,8 @@ namespace kv::relay::comtrade {
 enum class Revision { Rev1999 = 1999, Rev2013 = 2013 };
 enum class DataFormat { Ascii, Binary, Binary32, Float32 };
 
-// "ASCII", "BINARY", "BINARY32", "FLOAT32"; parsing takes any letter case.
+// "ASCII", "BINARY", "BINARY32", "FLOAT32"; parsing takes any letter case. Both parsers
+// throw kv::relay::Error for any other text.
 KV_RELAY_API std::string_view Name(DataFormat format);
 KV_RELAY_API DataFormat ParseDataFormat(std::string_view text);
 KV_RELAY_API Revision ParseRevision(std::string_view text);  // "1999" or "2013"
@@ -42,10 +44,12 @@ struct AnalogChannel {
 struct DigitalChannel {
     std::string name;
     std::span<const std::uint8_t> samples;  // 0 or 1 per sample
-    int normal = 0;                         // y: the state of the channel when nothing happens
+    int normal = 0;                         // y: the state of the channel when nothing happens, 0 or 1
 };
 
-// What a record holds: one sample rate, every channel with `samples` values.
+// What a record holds: one sample rate, every channel with `samples` values. Texts go into
+// comma-separated lines: station, device, names, phases and units must not contain a comma,
+// CR or LF, and channel names must not be empty.
 struct RecordToWrite {
     std::string station;
     std::string device;
@@ -67,12 +71,15 @@ struct WriteOptions {
 // Writes `stem`.cfg and `stem`.dat, or `stem`.cff, and returns the paths written. Error for
 // a combination the revision does not know (1999 with BINARY32, FLOAT32 or a single file),
 // channels whose sample counts differ from `samples`, a rate that is not a positive finite
-// number, a non-finite sample, or a file that cannot be written (with the system's reason).
+// number, a non-finite sample (or one beyond float range for FLOAT32), a digital sample
+// other than 0 or 1, a record without samples or whose sample numbers or time stamps do
+// not fit the data file's fields, or a file that cannot be written (with the system's
+// reason). The .cfg and .dat are both written whole before either is renamed into place.
 KV_RELAY_API std::vector<std::filesystem::path> Write(const RecordToWrite& record, const std::filesystem::path& stem,
                                                       const WriteOptions& options = {});
 
 // The configuration text alone, lines ended by CR LF, as Write puts it in the .cfg (or the
-// CFG section of the .cff).
+// CFG section of the .cff); the same errors as Write but those of the files.
 KV_RELAY_API std::string Configuration(const RecordToWrite& record, const WriteOptions& options = {});
 
 }  // namespace kv::relay::comtrade
