@@ -94,6 +94,12 @@ private:
     std::string m_path;
 };
 
+// States and outputs name the record's digital channels, whose lines are comma-separated.
+void RequireChannelName(const Node& node, const std::string& name) {
+    if (name.find_first_of(",\r\n") != std::string::npos)
+        node.Fail("'" + name + "' must not contain a comma or a line break: it names a channel of the record");
+}
+
 ResidualCompensation ReadK0(const Node& node, Impedance z) {
     if (node.json().is_array()) {
         const auto [m, a] = node.Polar();
@@ -191,6 +197,7 @@ State ReadState(const Node& node, double nominal) {
     if (!node.Has("name")) node.Fail("needs a name");
     s.name = node.Key("name").Text();
     if (s.name.empty()) node.Key("name").Fail("must not be empty");
+    RequireChannelName(node.Key("name"), s.name);
     if (!node.Has("duration")) node.Fail("needs a duration");
     s.duration = node.Key("duration").Positive();
     if (node.Has("frequency")) s.frequency = node.Key("frequency").Positive();
@@ -217,6 +224,7 @@ State ReadState(const Node& node, double nominal) {
         for (const auto& [name, value] : outputs.json().items()) {
             const Node output = outputs.Key(name);
             if (name.empty()) outputs.Fail("an output's name must not be empty");
+            RequireChannelName(output, name);
             if (!value.is_number_integer() || (value.get<long long>() != 0 && value.get<long long>() != 1))
                 output.Fail("must be 0 or 1, got " + value.dump());
             s.outputs.emplace_back(name, value.get<int>());

@@ -71,6 +71,8 @@ TEST(SequenceTest, MistakesNameTheirPlace) {
     EXPECT_EQ(error(pre + R"({"name": "f", "duration": 1, "dc_ofset": true})").substr(0, 32),
               "states[1].dc_ofset: unknown key ");
     EXPECT_EQ(error(pre + R"({"name": "pre", "duration": 1})"), "states[1].name: 'pre' names an earlier state too");
+    EXPECT_EQ(error(pre + R"({"name": "a,b", "duration": 1})"),
+              "states[1].name: 'a,b' must not contain a comma or a line break: it names a channel of the record");
     EXPECT_EQ(error(R"({"name": "a", "duration": 1, "trigger": true}, {"name": "b", "duration": 1, "trigger": true})"),
               "states[1].trigger: only one state may be the trigger");
     EXPECT_EQ(error(pre + R"({"name": "f", "duration": 1, "impedance": {"loop": "AN", "z": [5, 75], "k0": [0.8], "current": 5}})"),

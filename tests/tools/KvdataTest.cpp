@@ -157,6 +157,36 @@ TEST_F(Kvdata, ImpedanceFaultsAreTheLayersAndSweepLikeFaults) {
     }
 }
 
+TEST_F(Kvdata, SequencesAreWrittenAsComtradeRecords) {
+    const std::string sequence = (dir / "test.json").string();
+    std::ofstream(sequence) << R"({"station": "S1", "rate": 1000, "start": "2026-11-23T10:00:00",
+        "states": [{"name": "pre", "duration": 0.02},
+                   {"name": "fault", "duration": 0.01, "trigger": true, "outputs": {"TRIP": 1},
+                    "impedance": {"loop": "BC", "z": [2, 80], "current": 4}}]})";
+    const Outcome run = Kv("comtrade " + sequence + " -o " + (dir / "rec").string() + " --format binary32 --rate 2000");
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("COMTRADE 2013, BINARY32"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("60 samples at 2000 Hz"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("trigger at 2026-11-23T10:00:00.020000"), std::string::npos) << run.out;
+    const std::string cfg = Slurp(dir / "rec.cfg");
+    EXPECT_EQ(cfg.rfind("S1,kvdata,2013\r\n9,6A,3D\r\n", 0), 0u) << cfg;
+    EXPECT_NE(cfg.find("\r\n3,TRIP,,,0\r\n"), std::string::npos);
+    EXPECT_EQ(fs::file_size(dir / "rec.dat"), 60u * (4 + 4 + 6 * 4 + 2));
+
+    ASSERT_EQ(Kv("comtrade " + sequence + " -o " + (dir / "one.cff").string() + " --cff").status, 0);
+    EXPECT_TRUE(fs::exists(dir / "one.cff"));
+    for (const auto& [args, message] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"comtrade " + sequence + " -o " + (dir / "x").string() + " --revision 1999 --format FLOAT32", "1999"},
+             {"comtrade " + sequence + " -o " + (dir / "no" / "x").string(), "No such file or directory"},
+             {"comtrade " + (dir / "missing.json").string() + " -o " + (dir / "x").string(), "cannot open"},
+         }) {
+        const Outcome bad = Kv(args);
+        EXPECT_EQ(bad.status, 1) << args;
+        EXPECT_NE(bad.err.find(message), std::string::npos) << args << " said: " << bad.err;
+    }
+    EXPECT_FALSE(fs::exists(dir / "x.cfg"));
+}
+
 TEST_F(Kvdata, ErrorsNameWhatWasWrong) {
     std::ofstream(dir / "bad.csv") << "x\n1\n2\nabc\n";
     const struct {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -215,6 +216,174 @@ TEST(RxLayoutTest, FarLoopsAreArrowsAtTheEdgeZStaysLargeAndCoincidentLoopsShareA
     EXPECT_EQ(labels, (std::vector<std::string>{"Z = 5.00 \u03A9 \u222075.0\u00B0", "AN, BN, CN, AB, BC, CA"}));
 }
 
+// UA, UB, UC, IA, IB, IC: 50 Hz, each group's phases 120 degrees apart.
+struct Waves {
+    std::vector<std::vector<double>> analog;
+    std::vector<std::vector<std::uint8_t>> digital;
+    kvdata::WaveformChart chart;
+};
+
+Waves SixChannels(std::size_t samples, double rate) {
+    Waves w;
+    const char* const names[] = {"UA", "UB", "UC", "IA", "IB", "IC"};
+    for (std::size_t c = 0; c < 6; ++c) {
+        std::vector<double> v(samples);
+        for (std::size_t n = 0; n < samples; ++n)
+            v[n] =
+                (c < 3 ? 81.6 : 7.1) *
+                std::sin(2 * std::numbers::pi * (50 * static_cast<double>(n) / rate - static_cast<double>(c % 3) / 3));
+        w.analog.push_back(std::move(v));
+    }
+    w.chart.title = "FaultAN";
+    w.chart.rate = rate;
+    for (std::size_t c = 0; c < 6; ++c) w.chart.analog.push_back({names[c], c < 3 ? "V" : "A", w.analog[c]});
+    return w;
+}
+
+TEST(WaveformLayoutTest, CrowdedMarkerLabelsNeitherOverlapNorLeaveTheCanvas) {
+    Waves w = SixChannels(1200, 4000);  // 0.3 s over about 1250 points
+    std::vector<kvdata::WaveformChart::Marker> states = {
+        {0, "prefault"}, {0.1, "fault"}, {0.1015, "trip"}, {0.103, "reclose"}, {0.16, "postfault"},
+        {0.2997, "end of the record"}, {0.29975, "end"}, {kNan, "nan"}, {-1, "before"}, {9, "after"}, {0.12, ""}};
+    for (int k = 0; k < 8; ++k) states.push_back({0.2 + k * 0.006, "reclose attempt number " + std::to_string(k)});
+    std::vector<kvdata::WaveformChart::Marker> crowd;
+    for (int k = 0; k < 300; ++k) crowd.push_back({std::fmod(k * 0.0137, 0.3), "state " + std::to_string(k)});
+    for (const auto* markers : {&states, &crowd}) {
+        w.chart.markers = *markers;
+        const kvdata::WaveformLayout layout = kvdata::LayOutWaveforms(w.chart, Measure);
+        const kvdata::Box canvas{0, 0, layout.width, layout.height};
+        std::vector<std::string> labels;
+        for (std::size_t a = 0; a < layout.markerLabels.size(); ++a) {
+            const PlacedText& t = layout.markerLabels[a];
+            labels.push_back(t.text);
+            EXPECT_TRUE(t.box.Inside(canvas)) << t.text;
+            // Beside its own line: right of it, or left of it at the canvas's right edge.
+            EXPECT_TRUE(std::fabs(t.box.x0 - t.anchorX) < 4 || std::fabs(t.box.x1 - (layout.width - 6)) < 1) << t.text;
+            for (std::size_t b = a + 1; b < layout.markerLabels.size(); ++b)
+                EXPECT_FALSE(t.box.Overlaps(layout.markerLabels[b].box))
+                    << t.text << " / " << layout.markerLabels[b].text;
+            for (const PlacedText& o : layout.texts) EXPECT_FALSE(t.box.Overlaps(o.box)) << t.text << " / " << o.text;
+            for (const kvdata::WaveformPanel& p : layout.panels) EXPECT_FALSE(t.box.Overlaps(p.frame)) << t.text;
+        }
+        if (markers != &states) continue;
+        EXPECT_EQ(layout.markers.size(), states.size() - 3);  // nan, before and after are not in view
+        // Short states keep their whole names, markers on one line share a label, and long
+        // names close together are shortened rather than lost.
+        for (const char* whole : {"prefault", "fault", "trip", "reclose", "postfault", "end of the record, end"})
+            EXPECT_NE(std::find(labels.begin(), labels.end(), whole), labels.end()) << whole;
+        EXPECT_EQ(labels.size(), 6u + 8u);
+        EXPECT_GE(
+            std::count_if(labels.begin(), labels.end(), [](const std::string& l) { return l.ends_with("\u2026"); }), 5);
+    }
+}
+
+// The points of all pieces, in order of x.
+std::vector<kvdata::PlotPoint> Points(const kvdata::WaveformTrace& trace) {
+    std::vector<kvdata::PlotPoint> points;
+    for (const auto& piece : trace.pieces) points.insert(points.end(), piece.begin(), piece.end());
+    return points;
+}
+
+TEST(WaveformLayoutTest, DecimationBoundsThePointsAndKeepsEveryColumnsExtremes) {
+    constexpr std::size_t kSamples = 100000;
+    Waves w = SixChannels(kSamples, 10000);
+    // Lone spikes either way, narrower than a column.
+    w.analog[3][31234] = 60;
+    w.analog[3][77777] = -45;
+    w.digital.push_back(std::vector<std::uint8_t>(kSamples));
+    for (std::size_t n = 0; n < kSamples; ++n) w.digital[0][n] = n % 2 == 0 || n > 90000;  // toggling, then high
+    w.chart.digital.push_back({"TRIP", w.digital[0]});
+    const kvdata::WaveformLayout layout = kvdata::LayOutWaveforms(w.chart, Measure);
+    ASSERT_EQ(layout.panels.size(), 2u);
+    EXPECT_EQ(layout.panels[0].unit, "V");
+    const double columns = std::ceil(layout.right - layout.left);
+    for (const kvdata::WaveformPanel& panel : layout.panels) {
+        ASSERT_EQ(panel.traces.size(), 3u);
+        const double mid = (panel.frame.y0 + panel.frame.y1) / 2, half = (panel.frame.y1 - panel.frame.y0) / 2;
+        for (const kvdata::WaveformTrace& trace : panel.traces) {
+            const std::vector<kvdata::PlotPoint> points = Points(trace);
+            EXPECT_LE(static_cast<double>(points.size()), 2 * columns);
+            EXPECT_GT(static_cast<double>(points.size()), columns);
+            // Every sample lies between the least and greatest point within a column of it.
+            const std::vector<double>& v = w.analog[trace.channel];
+            for (std::size_t n = 0; n < kSamples; ++n) {
+                const double x = layout.left + static_cast<double>(n) / (kSamples - 1) * (layout.right - layout.left);
+                const double y = mid - v[n] / panel.axis.top * half;
+                auto from = std::lower_bound(points.begin(), points.end(), x - 1.001,
+                                             [](const kvdata::PlotPoint& p, double at) { return p.x < at; });
+                double lo = kInf, hi = -kInf;
+                for (auto p = from; p != points.end() && p->x <= x + 1.001; ++p) {
+                    lo = std::min(lo, p->y);
+                    hi = std::max(hi, p->y);
+                }
+                ASSERT_TRUE(lo <= y + 1e-6 && y - 1e-6 <= hi) << trace.channel << " sample " << n;
+            }
+        }
+    }
+    // The toggling shows as one busy stretch, then the high level.
+    ASSERT_EQ(layout.strips.size(), 1u);
+    const auto& runs = layout.strips[0].runs;
+    ASSERT_TRUE(runs.size() == 2 || runs.size() == 3) << runs.size();
+    const kvdata::DigitalRun& busy = runs[runs.size() - 2];
+    EXPECT_EQ(busy.level, kvdata::DigitalRun::Level::Both);
+    EXPECT_LT(busy.x0, layout.left + 1);
+    EXPECT_EQ(runs.back().level, kvdata::DigitalRun::Level::High);
+    EXPECT_NEAR(runs.back().x1, layout.right, 1e-9);
+}
+
+TEST(WaveformLayoutTest, NanLeavesAGapAndInfinitiesStayInTheFrame) {
+    Waves w = SixChannels(1000, 4000);  // fewer samples than columns: every one is a point
+    std::vector<double>& ua = w.analog[0];
+    std::fill(ua.begin() + 400, ua.begin() + 450, kNan);
+    ua[100] = kInf;
+    ua[101] = -kInf;
+    ua[102] = -DBL_MAX;
+    const kvdata::WaveformLayout layout = kvdata::LayOutWaveforms(w.chart, Measure);
+    const kvdata::WaveformTrace& trace = layout.panels[0].traces[0];
+    ASSERT_EQ(trace.pieces.size(), 2u);
+    const double step = (layout.right - layout.left) / 999;
+    EXPECT_NEAR(trace.pieces[0].back().x, layout.left + 399 * step, 1e-9);
+    EXPECT_NEAR(trace.pieces[1].front().x, layout.left + 450 * step, 1e-9);
+    EXPECT_EQ(Points(trace).size(), 950u);
+    EXPECT_GE(layout.panels[0].axis.top, DBL_MAX);
+    const kvdata::Box& f = layout.panels[0].frame;
+    for (const kvdata::PlotPoint& p : Points(trace))
+        EXPECT_TRUE(p.y >= f.y0 && p.y <= f.y1 && p.x >= f.x0 && p.x <= f.x1) << p.x << ", " << p.y;
+}
+
+TEST(WaveformLayoutTest, DegenerateChartsAreLaidOutOrRefused) {
+    Waves w = SixChannels(10, 4000);
+    for (double rate : {0.0, -4000.0, kNan, kInf, 5e-324}) {
+        w.chart.rate = rate;
+        EXPECT_THROW(kvdata::LayOutWaveforms(w.chart, Measure), kvdata::Error) << rate;
+    }
+    w.chart.rate = 4000;
+    w.chart.start = kNan;
+    EXPECT_THROW(kvdata::LayOutWaveforms(w.chart, Measure), kvdata::Error);
+
+    const std::vector<double> zeros(50, 0.0), none;
+    const std::vector<std::uint8_t> high(1, 1);
+    kvdata::WaveformChart empty{"empty", 4000, 0, {}, {}, {{0, "start"}}};
+    kvdata::WaveformChart flat{"flat", 4000, 1e9, {{"U0", "V", zeros}, {"T", "", none}}, {{"TRIP", high}}, {}};
+    kvdata::WaveformChart digitalOnly{"digital", 1, 0, {}, {{"TRIP", high}}, {{0.5, "here"}}};
+    for (const kvdata::WaveformChart* chart : {&empty, &flat, &digitalOnly}) {
+        const kvdata::WaveformLayout layout = kvdata::LayOutWaveforms(*chart, Measure);
+        EXPECT_GT(layout.height, 100) << chart->title;
+        for (const kvdata::WaveformPanel& p : layout.panels) {
+            EXPECT_TRUE(std::isfinite(p.axis.top) && p.axis.top > 0) << chart->title;
+            for (const auto& trace : p.traces)
+                for (const kvdata::PlotPoint& q : Points(trace)) EXPECT_TRUE(std::isfinite(q.y)) << chart->title;
+        }
+    }
+    const kvdata::WaveformLayout one = kvdata::LayOutWaveforms(digitalOnly, Measure);
+    ASSERT_EQ(one.strips.size(), 1u);
+    ASSERT_EQ(one.strips[0].runs.size(), 1u);  // a lone sample fills the width
+    EXPECT_NEAR(one.strips[0].runs[0].x1 - one.strips[0].runs[0].x0, one.right - one.left, 1e-9);
+    const kvdata::WaveformLayout nothing = kvdata::LayOutWaveforms(empty, Measure);
+    EXPECT_TRUE(std::any_of(nothing.texts.begin(), nothing.texts.end(),
+                            [](const PlacedText& t) { return t.text == "no samples"; }));
+}
+
 // What cairo and fontconfig keep for the life of the process is freed at the end, as the
 // program does, so that the leak checker sees only real leaks.
 class ReleasePictures : public testing::Environment {
@@ -222,6 +391,16 @@ class ReleasePictures : public testing::Environment {
 };
 [[maybe_unused]] const testing::Environment* const kReleasePictures =
     testing::AddGlobalTestEnvironment(new ReleasePictures);
+
+std::string Read(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::string Trimmed(std::string text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.pop_back();
+    return text;
+}
 
 class PlotPictureTest : public testing::Test {
 protected:
@@ -254,19 +433,33 @@ TEST_F(PlotPictureTest, VectorAndRxDiagramsMakeWholeFilesOfEachType) {
     kvdata::DrawVectorAndRxDiagrams(vectors, FarLoops(), (dir / "rx.png").string());
     kvdata::DrawVectorAndRxDiagrams(vectors, Rx(0, 0, {}), (dir / "rx.svg").string());
     kvdata::DrawVectorAndRxDiagrams(vectors, Rx(kNan, 1e300, {{"", true, kInf, 0}}), (dir / "rx.pdf").string());
-    auto read = [this](const char* name) {
-        std::ifstream in(dir / name, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    };
-    auto trimmed = [](std::string text) {
-        while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.pop_back();
-        return text;
-    };
-    const std::string png = read("rx.png"), svg = trimmed(read("rx.svg")), pdf = trimmed(read("rx.pdf"));
+    const std::string png = Read(dir / "rx.png"), svg = Trimmed(Read(dir / "rx.svg")),
+                      pdf = Trimmed(Read(dir / "rx.pdf"));
     EXPECT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1a\n");
     EXPECT_TRUE(png.ends_with(std::string("IEND\xae\x42\x60\x82", 8)));
     EXPECT_TRUE(svg.starts_with("<?xml") && svg.ends_with("</svg>"));
     EXPECT_TRUE(pdf.starts_with("%PDF-") && pdf.ends_with("%%EOF"));
+}
+
+TEST_F(PlotPictureTest, WaveformsMakeWholeFilesOfEachTypeAndManySamplesStaySmall) {
+    Waves w = SixChannels(100000, 10000);
+    w.chart.markers = {{0, "prefault"}, {0.1, "fault"}, {0.16, "postfault"}};
+    kvdata::DrawWaveforms(w.chart, (dir / "waves.png").string());
+    kvdata::DrawWaveforms(w.chart, (dir / "waves.svg").string());
+    kvdata::DrawWaveforms(w.chart, (dir / "waves.pdf").string());
+    const std::string png = Read(dir / "waves.png"), svg = Trimmed(Read(dir / "waves.svg")),
+                      pdf = Trimmed(Read(dir / "waves.pdf"));
+    EXPECT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1a\n");
+    EXPECT_TRUE(png.ends_with(std::string("IEND\xae\x42\x60\x82", 8)));
+    EXPECT_TRUE(svg.starts_with("<?xml") && svg.ends_with("</svg>"));
+    EXPECT_TRUE(pdf.starts_with("%PDF-") && pdf.ends_with("%%EOF"));
+    // 600000 samples drawn one by one would take megabytes.
+    EXPECT_LT(svg.size(), 1000000u);
+
+    kvdata::DrawWaveforms({"nothing", 1, 0, {}, {}, {{0, "start"}}}, (dir / "empty.png").string());
+    w.chart.rate = 0;
+    EXPECT_THROW(kvdata::DrawWaveforms(w.chart, (dir / "zero.svg").string()), kvdata::Error);
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 4);  // nothing left behind
 }
 
 }  // namespace

@@ -120,6 +120,7 @@ extern int g_decimals;
 // Subcommands.
 void AddFaultCommand(CLI::App& app);
 void AddImpedanceCommand(CLI::App& app);
+void AddComtradeCommand(CLI::App& app);
 void AddTypesCommand(CLI::App& app);
 void AddSequenceCommand(CLI::App& app);
 void AddToleranceCommand(CLI::App& app);

@@ -599,12 +599,11 @@ std::string TickLabel(double value, double step) {
     return Fixed(value, decimals);
 }
 
-}  // namespace
-
-AmplitudeAxis LayOutAmplitudeAxis(double largest) {
+// Round ticks, about `count` of them, from 0 up to a top at or above `largest`.
+AmplitudeAxis RoundAxis(double largest, int count) {
     AmplitudeAxis axis;
     if (!(largest > 0) || !std::isfinite(largest)) return axis;
-    axis.step = TickStep(largest, 5);
+    axis.step = TickStep(largest, count);
     axis.ticks = static_cast<int>(std::max(1.0, std::ceil(largest / axis.step)));
     axis.top = axis.ticks * axis.step;
     if (axis.top < largest) axis.top = ++axis.ticks * axis.step;  // rounding fell short
@@ -615,6 +614,10 @@ AmplitudeAxis LayOutAmplitudeAxis(double largest) {
     }
     return axis;
 }
+
+}  // namespace
+
+AmplitudeAxis LayOutAmplitudeAxis(double largest) { return RoundAxis(largest, 5); }
 
 void DrawSpectrum(const SpectrumChart& chart, const std::string& path) {
     constexpr double kWidth = 960, kHeight = 540;
@@ -1117,6 +1120,589 @@ void DrawVectorAndRxDiagrams(const VectorDiagram& vectors, const RxDiagram& rx, 
     cairo_line_to(cr, kVectorWidth, kHeight - 24);
     cairo_stroke(cr);
     PaintRxDiagram(cr, LayOutRxDiagram(rx, measure, {kVectorWidth, 0, kVectorWidth + kRxWidth, kHeight}));
+    picture.Commit();
+}
+
+namespace {
+
+constexpr double kWaveWidth = 1400;
+// Channels that name no phase, in colours apart from the phases' and from each other.
+constexpr Rgb kTraceColours[] = {{0.15, 0.35, 0.80}, {0.55, 0.20, 0.70}, {0.0, 0.50, 0.55}, {0.50, 0.32, 0.12},
+                                 {0.85, 0.30, 0.55}, {0.40, 0.40, 0.40}, {0.45, 0.55, 0.05}};
+constexpr Rgb kDigital{0.15, 0.30, 0.65};
+
+// A time tick's text without the zeros a round step leaves ("0.1", not "0.10").
+std::string TimeLabel(double value, double step) {
+    std::string text = TickLabel(value, step);
+    if (text.find('.') != std::string::npos && text.find('e') == std::string::npos) {
+        while (text.back() == '0') text.pop_back();
+        if (text.back() == '.') text.pop_back();
+    }
+    return text == "-0" ? "0" : text;
+}
+
+// 0, 1 or 2 for a channel named after phase A, B or C ("UA", "IB", "Uc"); -1 otherwise.
+int PhaseOf(const std::string& name) {
+    std::size_t end = name.size();
+    while (end > 0 && std::isspace(static_cast<unsigned char>(name[end - 1]))) --end;
+    if (end == 0) return -1;
+    const int letter = std::toupper(static_cast<unsigned char>(name[end - 1]));
+    return letter >= 'A' && letter <= 'C' ? letter - 'A' : -1;
+}
+
+// Sample n at left + n / last * width, `last` being the index of the longest channel's
+// last sample (1 for a single sample, which then fills the width); a column is one
+// point of the width.
+struct SampleScale {
+    double left, width, last;
+    std::size_t columns;
+    double X(std::size_t n) const { return left + static_cast<double>(n) / last * width; }
+    std::size_t Column(double x) const {
+        const double c = std::floor(x - left);
+        return c <= 0 ? 0 : std::min(columns - 1, static_cast<std::size_t>(c));
+    }
+};
+
+// The polyline of one channel: per column its least and greatest sample in time order,
+// broken where samples are NaN; infinities clamp to the frame's edge.
+std::vector<std::vector<PlotPoint>> TracePieces(std::span<const double> samples, const SampleScale& scale, double mid,
+                                                double half, double top) {
+    std::vector<std::vector<PlotPoint>> pieces;
+    std::vector<PlotPoint> piece;
+    auto y = [&](double v) { return mid - std::clamp(v / top, -1.0, 1.0) * half; };
+    struct Extreme {
+        double value;
+        std::size_t n;
+    };
+    std::optional<std::pair<Extreme, Extreme>> bucket;  // least, greatest
+    auto flush = [&] {
+        if (!bucket) return;
+        auto [first, second] = *bucket;
+        if (second.n < first.n) std::swap(first, second);
+        piece.push_back({scale.X(first.n), y(first.value)});
+        if (second.n != first.n) piece.push_back({scale.X(second.n), y(second.value)});
+        bucket.reset();
+    };
+    auto endPiece = [&] {
+        flush();
+        if (!piece.empty()) pieces.push_back(std::move(piece));
+        piece.clear();
+    };
+    constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
+    std::size_t column = kNone, gapColumn = kNone;
+    for (std::size_t n = 0; n < samples.size(); ++n) {
+        const std::size_t c = scale.Column(scale.X(n));
+        if (c != column) {
+            flush();
+            column = c;
+        }
+        const double v = samples[n];
+        if (std::isnan(v)) {
+            // One gap per column is all a column can show, and it bounds the points.
+            if (gapColumn != c) endPiece();
+            gapColumn = c;
+            continue;
+        }
+        if (!bucket) {
+            bucket.emplace(Extreme{v, n}, Extreme{v, n});
+        } else {
+            if (v < bucket->first.value) bucket->first = {v, n};
+            if (v > bucket->second.value) bucket->second = {v, n};
+        }
+    }
+    endPiece();
+    return pieces;
+}
+
+// A digital channel as levels from change to change; where a column holds more than one
+// change, the stretch from its first to its last is Both.
+std::vector<DigitalRun> DigitalRuns(std::span<const std::uint8_t> samples, const SampleScale& scale, double right) {
+    using Level = DigitalRun::Level;
+    std::vector<DigitalRun> runs;
+    if (samples.empty()) return runs;
+    auto add = [&runs](double a, double b, Level level) {
+        b = std::max(a, b);
+        if (!runs.empty()) {
+            DigitalRun& back = runs.back();
+            if (back.level == level) {
+                back.x1 = b;
+                return;
+            }
+            // A sliver between two busy stretches belongs to them.
+            if (level == Level::Both && runs.size() >= 2 && back.x1 - back.x0 < 1 &&
+                runs[runs.size() - 2].level == Level::Both) {
+                runs.pop_back();
+                runs.back().x1 = b;
+                return;
+            }
+        }
+        runs.push_back({a, b, level});
+    };
+    auto levelOf = [](std::uint8_t v) { return v != 0 ? Level::High : Level::Low; };
+    Level level = levelOf(samples[0]), after = level;
+    double at = scale.X(0), first = 0, last = 0;
+    std::size_t column = std::numeric_limits<std::size_t>::max();
+    int changes = 0;
+    auto flush = [&] {
+        if (changes == 0) return;
+        add(at, first, level);
+        if (changes > 1) add(first, last, Level::Both);
+        at = changes > 1 ? last : first;
+        level = after;
+        changes = 0;
+    };
+    for (std::size_t n = 1; n < samples.size(); ++n) {
+        if ((samples[n] != 0) == (samples[n - 1] != 0)) continue;
+        const double x = scale.X(n);
+        const std::size_t c = scale.Column(x);
+        if (c != column) {
+            flush();
+            column = c;
+        }
+        if (changes++ == 0) first = x;
+        last = x;
+        after = levelOf(samples[n]);
+    }
+    flush();
+    add(at, std::min(scale.X(samples.size()), right), level);  // the last sample holds for one interval
+    return runs;
+}
+
+// Panels: volts, then amperes, then the other units as they come.
+std::vector<std::string> PanelUnits(const WaveformChart& chart) {
+    std::vector<std::string> units;
+    auto add = [&units](const std::string& unit) {
+        if (std::find(units.begin(), units.end(), unit) == units.end()) units.push_back(unit);
+    };
+    for (const char* unit : {"V", "A"})
+        if (std::any_of(chart.analog.begin(), chart.analog.end(), [unit](const auto& a) { return a.unit == unit; }))
+            add(unit);
+    for (const auto& a : chart.analog) add(a.unit);
+    return units;
+}
+
+// Known before the layout, so that the picture can be begun with the fonts it measures.
+double WaveformHeight(const WaveformChart& chart) {
+    const auto panels = static_cast<double>(PanelUnits(chart).size());
+    const auto strips = static_cast<double>(chart.digital.size());
+    return panels > 0 ? 300 + 180 * panels + 28 * strips : 190 + 28 * strips;
+}
+
+std::size_t Characters(const std::string& text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+// Whether a label cut short still tells something: three characters or its whole text.
+bool Readable(const std::string& cut, const std::string& whole) {
+    return cut == whole || Characters(cut) > std::min<std::size_t>(3, Characters(whole));  // the ellipsis counts one
+}
+
+struct MarkerInView {
+    double x;
+    std::string label;
+};
+
+// Labels beside their lines (to the right, or to the left at the canvas's right edge) in
+// up to three rows: each in the first row where it fits whole; else the row whose last
+// label, cut short, leaves it the most room; else none. Markers closer than a line's
+// width share one label, their names joined. Returns the rows used; labelOf gets each
+// marker's label, if it has one.
+int PlaceMarkerLabels(const std::vector<MarkerInView>& markers, double top, double canvasRight,
+                      const MeasureText& measure, std::vector<PlacedText>& labels,
+                      std::vector<std::optional<std::size_t>>& labelOf) {
+    constexpr int kRows = 3;
+    constexpr double kSize = 12, kRow = 16, kGap = 2, kWidest = 240, kTogether = 3;
+    std::vector<std::string> full;           // labels' whole texts, to shorten them again
+    std::optional<std::size_t> last[kRows];  // the rightmost label of each row
+    int rows = 0;
+    auto fit = [&](const std::string& text, double x, int row, double maxWidth) {
+        return FitText(PlacedText::Kind::Mark, text, x, top + 12 + row * kRow, kSize, false, maxWidth, measure, kSize);
+    };
+    labelOf.assign(markers.size(), std::nullopt);
+    for (std::size_t k = 0, end = 0; k < markers.size(); k = end) {
+        const double x = markers[k].x;
+        std::string text;
+        for (end = k; end < markers.size() && markers[end].x - x < kTogether; ++end)
+            if (!markers[end].label.empty()) text += (text.empty() ? "" : ", ") + markers[end].label;
+        if (text.empty()) continue;
+        auto put = [&](PlacedText t, int row) {
+            t.anchorX = x;
+            t.anchorY = top;
+            for (std::size_t m = k; m < end; ++m) labelOf[m] = labels.size();
+            labels.push_back(std::move(t));
+            full.push_back(text);
+            last[row] = labels.size() - 1;
+            rows = std::max(rows, row + 1);
+        };
+
+        const PlacedText whole = fit(text, 0, 0, kWidest);
+        const double width = whole.box.x1 - whole.box.x0 - 4;
+        const double start = std::max(8.0, std::min(x + 3, canvasRight - width));
+        int row = 0;
+        while (row < kRows && last[row] && labels[*last[row]].box.x1 + kGap > start - 2) ++row;
+        if (row < kRows) {
+            put(fit(text, start, row, kWidest), row);
+            continue;
+        }
+
+        // Every row is taken here: a label cut short makes room, if both stay readable.
+        std::size_t head = 0;
+        for (std::size_t c = 0; head < text.size(); ++head)
+            if ((static_cast<unsigned char>(text[head]) & 0xC0) != 0x80 && c++ == 3) break;
+        const double least = measure(text.substr(0, head) + "\u2026", kSize, false);
+        const double at = std::max(8.0, std::min(x + 3, canvasRight - least));
+        int bestRow = -1;
+        PlacedText bestCut{};
+        for (row = 0; row < kRows; ++row) {
+            const PlacedText& before = labels[*last[row]];
+            const double room = at - 2 - kGap - 2 - before.x;
+            if (room <= 0) continue;
+            const PlacedText cut = fit(full[*last[row]], before.x, row, room);
+            if (!Readable(cut.text, full[*last[row]]) || cut.box.x1 + kGap > at - 2) continue;
+            if (bestRow < 0 || cut.box.x1 > bestCut.box.x1) {
+                bestRow = row;
+                bestCut = cut;
+            }
+        }
+        const PlacedText mine = fit(text, at, std::max(bestRow, 0), canvasRight - at);
+        if (bestRow < 0 || !Readable(mine.text, text)) continue;  // too crowded: the line alone
+        PlacedText& before = labels[*last[bestRow]];
+        bestCut.anchorX = before.anchorX;
+        bestCut.anchorY = before.anchorY;
+        before = bestCut;
+        put(mine, bestRow);
+    }
+    return rows;
+}
+
+}  // namespace
+
+WaveformLayout LayOutWaveforms(const WaveformChart& chart, const MeasureText& measure) {
+    if (!(chart.rate > 0) || !std::isfinite(chart.rate))
+        throw Error("waveforms: the sample rate must be a finite number above 0");
+    if (!std::isfinite(chart.start)) throw Error("waveforms: the start time must be a finite number");
+    std::size_t samples = 0;
+    for (const auto& a : chart.analog) samples = std::max(samples, a.samples.size());
+    for (const auto& d : chart.digital) samples = std::max(samples, d.samples.size());
+    const double lastIndex = samples > 1 ? static_cast<double>(samples - 1) : 1;
+    const double span = lastIndex / chart.rate;
+    if (!std::isfinite(span)) throw Error("waveforms: the sample rate is too low for a time axis");
+
+    WaveformLayout layout;
+    layout.width = kWaveWidth;
+    layout.t0 = chart.start;
+    layout.t1 = chart.start + span;
+
+    const std::vector<std::string> units = PanelUnits(chart);
+    std::vector<AmplitudeAxis> axes;
+    for (const std::string& unit : units) {
+        double largest = 0;
+        for (const auto& a : chart.analog)
+            if (a.unit == unit)
+                for (double v : a.samples)
+                    if (std::isfinite(v)) largest = std::max(largest, std::fabs(v));
+        axes.push_back(RoundAxis(largest, 3));
+    }
+
+    // Across: tick labels, units and digital names left of the frames, the legend right.
+    constexpr double kTick = 11, kName = 12;
+    double leftRoom = 0;
+    for (std::size_t p = 0; p < units.size(); ++p) {
+        leftRoom = std::max(leftRoom, measure(TickLabel(-axes[p].top, axes[p].step), kTick, false));
+        leftRoom = std::max(leftRoom, measure(units[p], kName, true));
+    }
+    for (const auto& d : chart.digital) leftRoom = std::max(leftRoom, measure(d.name, kName, false));
+    layout.left = std::clamp(leftRoom + 18, 56.0, 200.0);
+    double legendRoom = 0;
+    for (const auto& a : chart.analog) legendRoom = std::max(legendRoom, measure(a.name, kName, false));
+    const double legendWidth = chart.analog.empty() ? 8 : std::clamp(legendRoom + 48, 90.0, 200.0);
+    layout.right = layout.width - 16 - legendWidth;
+    const double plotWidth = layout.right - layout.left;
+    const SampleScale scale{layout.left, plotWidth, lastIndex,
+                            static_cast<std::size_t>(std::max(1.0, std::ceil(plotWidth)))};
+
+    auto& texts = layout.texts;
+    texts.push_back(FitText(PlacedText::Kind::Title, CompactNumbers(chart.title), 24, 32, 18, true, layout.width - 48,
+                            measure, 12));
+
+    // Markers within the samples' time (half a sample beyond either end still counts).
+    std::vector<MarkerInView> inView;
+    for (const auto& m : chart.markers) {
+        const double at = (m.time - chart.start) * chart.rate;
+        if (!(at >= -0.5 && at <= lastIndex + 0.5)) continue;
+        inView.push_back({layout.left + std::clamp(at / lastIndex, 0.0, 1.0) * plotWidth, m.label});
+    }
+    std::stable_sort(inView.begin(), inView.end(), [](const auto& a, const auto& b) { return a.x < b.x; });
+    constexpr double kBandTop = 46;
+    std::vector<std::optional<std::size_t>> labelOf;
+    const int rows = PlaceMarkerLabels(inView, kBandTop, layout.width - 8, measure, layout.markerLabels, labelOf);
+
+    // Down: title, marker labels, the panels, the digital strips, the time axis.
+    const std::size_t panelCount = units.size(), stripCount = chart.digital.size();
+    constexpr double kPanelGap = 34, kStrip = 20, kStripPitch = 28;
+    const double contentTop = kBandTop + rows * 16 + 26;
+    double bottom = contentTop;
+    layout.height = WaveformHeight(chart);
+    if (panelCount > 0) {
+        const double panelsBottom =
+            layout.height - 52 - kStripPitch * static_cast<double>(stripCount) - (stripCount > 0 ? 10 : 0);
+        const double panelHeight = (panelsBottom - contentTop - kPanelGap * static_cast<double>(panelCount - 1)) /
+                                   static_cast<double>(panelCount);
+        for (std::size_t p = 0; p < panelCount; ++p) {
+            WaveformPanel panel;
+            panel.unit = units[p];
+            panel.axis = axes[p];
+            const double y0 = contentTop + static_cast<double>(p) * (panelHeight + kPanelGap);
+            panel.frame = {layout.left, y0, layout.right, y0 + panelHeight};
+            bottom = panel.frame.y1;
+            layout.panels.push_back(std::move(panel));
+        }
+        bottom += stripCount > 0 ? 10 : 0;
+    } else if (stripCount == 0) {
+        bottom = layout.height - 52;
+    }
+    for (std::size_t d = 0; d < stripCount; ++d) {
+        const double y0 = bottom + (d == 0 ? 0 : kStripPitch - kStrip);
+        layout.strips.push_back({d,
+                                 {layout.left, y0, layout.right, y0 + kStrip},
+                                 DigitalRuns(chart.digital[d].samples, scale, layout.right)});
+        bottom = y0 + kStrip;
+    }
+
+    // Units first, so that a tick label that would touch one is the one left out.
+    std::vector<Box> taken;
+    auto mark = [&](const std::string& text, double x, double y, double size, bool bold, Rgb colour, bool always) {
+        const double w = measure(text, size, bold);
+        const PlacedText t{PlacedText::Kind::Mark, text, size, bold, x, y, TextBox(x, y, w, size), colour};
+        if (!always && std::any_of(taken.begin(), taken.end(), [&t](const Box& b) { return t.box.Overlaps(b); }))
+            return;
+        taken.push_back(t.box);
+        texts.push_back(t);
+    };
+    for (WaveformPanel& panel : layout.panels)
+        mark(panel.unit, layout.left - 8 - measure(panel.unit, kName, true), panel.frame.y0 - 12, kName, true, kInk,
+             true);
+    for (WaveformPanel& panel : layout.panels) {
+        const Box& f = panel.frame;
+        const double mid = (f.y0 + f.y1) / 2, half = (f.y1 - f.y0) / 2;
+        for (int k = panel.axis.ticks; k >= -panel.axis.ticks; --k) {
+            const double value =
+                std::abs(k) == panel.axis.ticks ? (k > 0 ? 1 : -1) * panel.axis.top : k * panel.axis.step;
+            const std::string text = TickLabel(value, panel.axis.step);
+            const double y = mid - value / panel.axis.top * half;
+            mark(text, layout.left - 8 - measure(text, kTick, false), y + 4, kTick, false, kMuted, false);
+        }
+        // Traces and legend, phases in their colours; a colour already used in the panel
+        // is not given twice.
+        std::vector<bool> used(std::size(kPhaseColours) + std::size(kTraceColours));
+        std::size_t nextColour = 0;
+        std::vector<std::size_t> members;
+        for (std::size_t a = 0; a < chart.analog.size(); ++a)
+            if (chart.analog[a].unit == panel.unit) members.push_back(a);
+        const auto perColumn = static_cast<std::size_t>(std::max(1.0, std::floor((f.y1 - f.y0 - 6) / 18)));
+        for (std::size_t m = 0; m < members.size(); ++m) {
+            const auto& channel = chart.analog[members[m]];
+            const int phase = PhaseOf(channel.name);
+            std::size_t colour = 0;
+            if (phase >= 0 && !used[static_cast<std::size_t>(phase)]) {
+                colour = static_cast<std::size_t>(phase);
+            } else {
+                while (nextColour < std::size(kTraceColours) - 1 && used[3 + nextColour]) ++nextColour;
+                colour = 3 + nextColour;
+            }
+            used[colour] = true;
+            const Rgb rgb = colour < 3 ? kPhaseColours[colour] : kTraceColours[colour - 3];
+            panel.traces.push_back({members[m], rgb, TracePieces(channel.samples, scale, mid, half, panel.axis.top)});
+
+            if (m >= perColumn) continue;
+            const double x = layout.right + 40, y = f.y0 + 14 + static_cast<double>(m) * 18;
+            if (m + 1 == perColumn && members.size() > perColumn) {
+                PlacedText more = FitText(PlacedText::Kind::Mark, "+" + std::to_string(members.size() - m) + " more", x,
+                                          y, kName, false, layout.width - 8 - x, measure);
+                more.colour = kMuted;
+                panel.legend.push_back(more);
+                continue;
+            }
+            PlacedText entry =
+                FitText(PlacedText::Kind::Note, channel.name, x, y, kName, false, layout.width - 8 - x, measure);
+            entry.colour = rgb;
+            panel.legend.push_back(entry);
+        }
+    }
+    for (const WaveformStrip& strip : layout.strips) {
+        const double maxWidth = layout.left - 16;
+        PlacedText name = FitText(PlacedText::Kind::Note, chart.digital[strip.channel].name, 0,
+                                  (strip.frame.y0 + strip.frame.y1) / 2 + 4, kName, false, maxWidth, measure);
+        const double w = name.box.x1 - name.box.x0 - 4;
+        name.x = layout.left - 8 - w;
+        name.box = TextBox(name.x, name.y, w, name.size);
+        texts.push_back(name);
+    }
+
+    // Time: round ticks by index, so that a step lost to a large start cannot stall.
+    const double step = TickStep(span, std::max(2, static_cast<int>(plotWidth / 110)));
+    const double first = std::ceil(chart.start / step);
+    double lastEnd = -std::numeric_limits<double>::infinity();
+    for (int k = 0; k <= 100; ++k) {
+        const double value = (first + k) * step + 0.0;
+        const double at = (value - chart.start) / span;
+        if (at > 1 + 1e-9) break;
+        if (at < -1e-9) continue;
+        const double x = layout.left + std::clamp(at, 0.0, 1.0) * plotWidth;
+        layout.timeGrid.push_back(x);
+        const std::string text = TimeLabel(value, step);
+        const double w = measure(text, kTick, false);
+        const double from = std::clamp(x - w / 2, 4.0, layout.width - 4 - w);
+        if (from < lastEnd + 10) continue;
+        lastEnd = from + w;
+        texts.push_back({PlacedText::Kind::Mark, text, kTick, false, from, bottom + 16,
+                         TextBox(from, bottom + 16, w, kTick), kMuted});
+    }
+    const std::string axisName = "time, s";
+    const double axisWidth = measure(axisName, kName, false);
+    const double axisX = (layout.left + layout.right - axisWidth) / 2;
+    texts.push_back({PlacedText::Kind::Mark, axisName, kName, false, axisX, bottom + 36,
+                     TextBox(axisX, bottom + 36, axisWidth, kName), kInk});
+    if (samples == 0) {
+        const std::string note = "no samples";
+        const double w = measure(note, 14, false), x = (layout.left + layout.right - w) / 2;
+        const double y = (contentTop + bottom) / 2 + 5;
+        texts.push_back({PlacedText::Kind::Note, note, 14, false, x, y, TextBox(x, y, w, 14), kMuted});
+    }
+
+    // A line reaches up to its label's row; one without a label starts at the panels.
+    for (std::size_t m = 0; m < inView.size(); ++m)
+        layout.markers.push_back(
+            {inView[m].x, labelOf[m] ? layout.markerLabels[*labelOf[m]].box.y0 + 2 : contentTop, bottom});
+    return layout;
+}
+
+namespace {
+
+void PaintWaveforms(cairo_t* cr, const WaveformLayout& layout) {
+    cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+    for (const WaveformPanel& panel : layout.panels) {
+        const Box& f = panel.frame;
+        const double mid = (f.y0 + f.y1) / 2, half = (f.y1 - f.y0) / 2;
+        SetColour(cr, kGrid);
+        cairo_set_line_width(cr, 1);
+        for (int k = 1; k < panel.axis.ticks; ++k)
+            for (int sign : {-1, 1}) {
+                const double y = mid - sign * k * panel.axis.step / panel.axis.top * half;
+                cairo_move_to(cr, f.x0, y);
+                cairo_line_to(cr, f.x1, y);
+            }
+        for (double x : layout.timeGrid) {
+            cairo_move_to(cr, x, f.y0);
+            cairo_line_to(cr, x, f.y1);
+        }
+        cairo_stroke(cr);
+        SetColour(cr, kMuted);
+        cairo_set_line_width(cr, 0.8);
+        cairo_move_to(cr, f.x0, mid);
+        cairo_line_to(cr, f.x1, mid);
+        cairo_stroke(cr);
+    }
+
+    SetColour(cr, kMuted);
+    cairo_set_line_width(cr, 1);
+    const double dashes[] = {5.0, 3.0};
+    cairo_set_dash(cr, dashes, 2, 0);
+    for (const WaveformMarkerLine& m : layout.markers) {
+        cairo_move_to(cr, m.x, m.y0);
+        cairo_line_to(cr, m.x, m.y1);
+    }
+    cairo_stroke(cr);
+    cairo_set_dash(cr, nullptr, 0, 0);
+
+    for (const WaveformPanel& panel : layout.panels) {
+        const Box& f = panel.frame;
+        cairo_save(cr);
+        cairo_rectangle(cr, f.x0, f.y0 - 1, f.x1 - f.x0, f.y1 - f.y0 + 2);
+        cairo_clip(cr);
+        cairo_set_line_width(cr, 1.3);
+        for (const WaveformTrace& trace : panel.traces) {
+            SetColour(cr, trace.colour);
+            for (const auto& piece : trace.pieces) {
+                cairo_move_to(cr, piece.front().x, piece.front().y);
+                for (const PlotPoint& p : piece) cairo_line_to(cr, p.x, p.y);
+                if (piece.size() == 1) {
+                    // A lone sample between gaps: a short dash, so that it shows.
+                    cairo_move_to(cr, piece.front().x - 1, piece.front().y);
+                    cairo_line_to(cr, piece.front().x + 1, piece.front().y);
+                }
+            }
+            cairo_stroke(cr);
+        }
+        cairo_restore(cr);
+        SetColour(cr, kMuted);
+        cairo_set_line_width(cr, 1);
+        cairo_rectangle(cr, f.x0, f.y0, f.x1 - f.x0, f.y1 - f.y0);
+        cairo_stroke(cr);
+        for (const PlacedText& t : panel.legend) {
+            SetColour(cr, t.colour);
+            if (t.kind == PlacedText::Kind::Note) {  // a channel, not the count of those left out
+                cairo_set_line_width(cr, 2.5);
+                cairo_move_to(cr, t.x - 30, t.y - 4);
+                cairo_line_to(cr, t.x - 8, t.y - 4);
+                cairo_stroke(cr);
+            }
+            Text(cr, t.x, t.y, t.text, t.size, t.bold);
+        }
+    }
+
+    for (const WaveformStrip& strip : layout.strips) {
+        const Box& f = strip.frame;
+        const double high = f.y0 + 2, low = f.y1 - 1;
+        SetColour(cr, kGrid);
+        cairo_set_line_width(cr, 1);
+        cairo_move_to(cr, f.x0, low);
+        cairo_line_to(cr, f.x1, low);
+        cairo_stroke(cr);
+        for (const DigitalRun& run : strip.runs)
+            if (run.level != DigitalRun::Level::Low) {
+                cairo_set_source_rgba(cr, kDigital.r, kDigital.g, kDigital.b,
+                                      run.level == DigitalRun::Level::High ? 0.22 : 0.5);
+                cairo_rectangle(cr, run.x0, high, std::max(run.x1 - run.x0, 0.5), low - high);
+                cairo_fill(cr);
+            }
+        SetColour(cr, kDigital);
+        cairo_set_line_width(cr, 1.5);
+        for (std::size_t k = 0; k < strip.runs.size(); ++k) {
+            const DigitalRun& run = strip.runs[k];
+            const double y = run.level == DigitalRun::Level::Low ? low : high;
+            if (k == 0)
+                cairo_move_to(cr, run.x0, y);
+            else
+                cairo_line_to(cr, run.x0, y);
+            cairo_line_to(cr, run.x1, y);
+            if (run.level == DigitalRun::Level::Both) {
+                cairo_move_to(cr, run.x0, low);
+                cairo_line_to(cr, run.x1, low);
+                cairo_move_to(cr, run.x1, high);
+            }
+        }
+        cairo_stroke(cr);
+    }
+
+    for (const PlacedText& t : layout.texts) {
+        SetColour(cr, t.colour);
+        Text(cr, t.x, t.y, t.text, t.size, t.bold);
+    }
+    for (const PlacedText& t : layout.markerLabels) {
+        SetColour(cr, t.colour);
+        Text(cr, t.x, t.y, t.text, t.size, t.bold);
+    }
+}
+
+}  // namespace
+
+// A chart that cannot be laid out throws before anything is committed, and the
+// picture's destructor removes what was begun.
+void DrawWaveforms(const WaveformChart& chart, const std::string& path) {
+    Picture picture(path, kWaveWidth, WaveformHeight(chart));
+    PaintWaveforms(picture.cr(), LayOutWaveforms(chart, CairoMeasure(picture.cr())));
     picture.Commit();
 }
 

@@ -5,6 +5,7 @@
 // can check the layout without drawing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
@@ -186,5 +187,70 @@ struct RxLayout {
     std::vector<PlacedText> texts;
 };
 RxLayout LayOutRxDiagram(const RxDiagram& diagram, const MeasureText& measure, Box area);
+
+// The waveform chart: 1400 points wide, 300 + 180 per panel + 28 per digital channel
+// high. Analog channels share a panel per unit (V first, then A, then the others as they
+// come), each panel on its own symmetric axis; digital channels are strips underneath.
+// Error for a rate that is not a finite number above 0 or a start that is not finite; a
+// chart without samples is laid out with its axes empty and a note saying so.
+struct PlotPoint {
+    double x = 0, y = 0;
+};
+
+struct WaveformTrace {
+    std::size_t channel = 0;  // into WaveformChart::analog
+    Rgb colour;
+    // The polyline in runs: NaN samples leave the gaps between them (at most one gap per
+    // column). A column is one point of the frame's width; its samples are reduced to
+    // the least and the greatest, each at its own time, so a channel has at most two
+    // points per column (four where a gap falls), however many samples it holds.
+    std::vector<std::vector<PlotPoint>> pieces;
+};
+
+struct WaveformPanel {
+    std::string unit;
+    Box frame;
+    AmplitudeAxis axis;  // -axis.top at the frame's bottom, +axis.top at its top
+    std::vector<WaveformTrace> traces;
+    // Beside the frame, each name in its trace's colour (Note); where not all fit, the
+    // last line counts those left out (Mark).
+    std::vector<PlacedText> legend;
+};
+
+struct DigitalRun {
+    // Both: changes closer together than a column, drawn as a filled block.
+    enum class Level { Low, High, Both };
+    double x0 = 0, x1 = 0;
+    Level level = Level::Low;
+};
+
+struct WaveformStrip {
+    std::size_t channel = 0;  // into WaveformChart::digital
+    Box frame;
+    std::vector<DigitalRun> runs;
+};
+
+struct WaveformMarkerLine {
+    double x = 0, y0 = 0, y1 = 0;  // dashed from y0 (its label's row) down to y1
+};
+
+struct WaveformLayout {
+    double width = 0, height = 0;
+    double left = 0, right = 0;  // the x extent shared by every panel and strip
+    double t0 = 0, t1 = 1;       // seconds at left and right
+    std::vector<WaveformPanel> panels;
+    std::vector<WaveformStrip> strips;
+    std::vector<double> timeGrid;  // x of the time ticks
+    // Markers within the time span; labels in rows above the first panel, shortened
+    // with an ellipsis where a later one follows closely, left out only where even that
+    // cannot fit. Markers less than 3 points apart share one label, their names joined.
+    // A label's anchorX is its line.
+    std::vector<WaveformMarkerLine> markers;
+    std::vector<PlacedText> markerLabels;
+    // Title (Title); tick labels, units and the time axis's name (Mark); digital
+    // channels' names and the note of an empty chart (Note).
+    std::vector<PlacedText> texts;
+};
+WaveformLayout LayOutWaveforms(const WaveformChart& chart, const MeasureText& measure);
 
 }  // namespace kvdata

@@ -23,7 +23,7 @@ std::string SubcommandOf(const CLI::App& app, int argc, char** argv) {
 }
 
 int Main(int argc, char** argv) {
-    CLI::App app("kvdata: faults, impedance faults, sequence components, tolerances and spectra for relay testing",
+    CLI::App app("kvdata: faults, impedance faults, test sequences as COMTRADE, sequence components, tolerances and spectra for relay testing",
                  "kvdata");
     app.require_subcommand(1);
     app.fallthrough();
@@ -39,6 +39,7 @@ int Main(int argc, char** argv) {
         ->type_name("N");
     kvdata::AddFaultCommand(app);
     kvdata::AddImpedanceCommand(app);
+    kvdata::AddComtradeCommand(app);
     kvdata::AddTypesCommand(app);
     kvdata::AddSequenceCommand(app);
     kvdata::AddToleranceCommand(app);
