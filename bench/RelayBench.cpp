@@ -18,6 +18,7 @@
 #include "BenchSupport.h"
 #include "Kv_Relay/Comtrade.h"
 #include "Kv_Relay/ImpedanceFault.h"
+#include "Kv_Relay/Waveforms.h"
 
 namespace {
 
@@ -140,5 +141,32 @@ BENCHMARK(BM_ComtradeWrite_Binary)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ComtradeWrite_Binary32)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ComtradeWrite_Float32)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ComtradeWrite_BinarySingleFile)->Unit(benchmark::kMillisecond);
+
+// What `kvdata comtrade` does: a 10 s sequence (pre-fault, fault with a DC offset and a
+// trip output, post-fault) synthesised at 10 kHz and written; 6 analog and 4 digital channels.
+void SequenceToComtrade(benchmark::State& state, comtrade::DataFormat format) {
+    const Sequence sequence = ParseSequence(R"({"rate": 10000, "start": "2026-11-23T10:00:00", "states": [
+        {"name": "prefault", "duration": 2},
+        {"name": "fault", "duration": 5, "trigger": true, "dc_offset": true, "outputs": {"TRIP": 1},
+         "impedance": {"loop": "AN", "z": [5, 75], "k0": [0.8, -5], "current": 5}},
+        {"name": "postfault", "duration": 3, "outputs": {"TRIP": 0}}]})");
+    std::string pattern = (std::filesystem::temp_directory_path() / "kv_bench_sequence_XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr) {
+        kvbench::Fail(state, "cannot create a temporary directory");
+        return;
+    }
+    const std::filesystem::path dir = pattern;
+    for (auto _ : state) {
+        const Waveforms waveforms(sequence);
+        comtrade::WriteOptions options;
+        options.format = format;
+        benchmark::DoNotOptimize(comtrade::Write(ToRecord(sequence, waveforms, *sequence.start), dir / "record", options));
+    }
+    std::filesystem::remove_all(dir);
+}
+void BM_SequenceToComtrade_Ascii(benchmark::State& state) { SequenceToComtrade(state, comtrade::DataFormat::Ascii); }
+void BM_SequenceToComtrade_Binary(benchmark::State& state) { SequenceToComtrade(state, comtrade::DataFormat::Binary); }
+BENCHMARK(BM_SequenceToComtrade_Ascii)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SequenceToComtrade_Binary)->Unit(benchmark::kMillisecond);
 
 }  // namespace
