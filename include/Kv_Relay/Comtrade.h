@@ -1,5 +1,5 @@
 // COMTRADE records (IEEE C37.111-1999 and -2013): writing sampled channels as a
-// configuration file and a data file, or as one combined file.
+// configuration file and a data file, or as one combined file, and reading records back.
 //
 // The writer takes the samples from the caller's arrays, so that any program with
 // samples can write them. Analog values are stored as integers x = round(v / a) (ASCII,
@@ -81,5 +81,78 @@ KV_RELAY_API std::vector<std::filesystem::path> Write(const RecordToWrite& recor
 // The configuration text alone, lines ended by CR LF, as Write puts it in the .cfg (or the
 // CFG section of the .cff); the same errors as Write but those of the files.
 KV_RELAY_API std::string Configuration(const RecordToWrite& record, const WriteOptions& options = {});
+
+// ---- Reading ------------------------------------------------------------------------
+//
+// What real recorders write: revisions 1991, 1999 and 2013; NAME.cfg with NAME.dat (the
+// other file found by the same stem, extension in any letter case) or NAME.cff; ASCII,
+// BINARY, BINARY32 and FLOAT32 in any letter case; several sample rates, or nrates 0 with
+// the times taken from the timestamps; missing values (99999 in ASCII, 0x8000 and
+// 0x80000000 in binary) as NaN; a trailing 0x1A; text in any 8-bit encoding kept as bytes.
+
+struct AnalogInfo {
+    std::string name, phase, circuit, unit;  // ch_id, ph, ccbm, uu
+    double a = 1, b = 0;                     // value = a·x + b
+    double skew = 0;                         // µs
+    double min = 0, max = 0;                 // of x
+    double primary = 1, secondary = 1;       // transformer ratio
+    char ps = 'S';                           // whether a·x + b is a primary ('P') or secondary ('S') value
+};
+
+struct DigitalInfo {
+    std::string name, phase, circuit;
+    int normal = 0;
+};
+
+struct RateSegment {
+    double rate = 0;            // samples per second
+    std::size_t lastSample = 0;  // the last sample number (from 1) at this rate
+};
+
+// Which values Read gives: as the record's a·x + b, or converted to primary or secondary
+// values with the channel's ratio.
+enum class Values { AsRecorded, Primary, Secondary };
+
+// A record read back: its configuration, and its samples as arrays.
+struct KV_RELAY_API Record {
+    std::filesystem::path configuration;  // the .cfg or .cff read
+    std::string station, device;           // bytes as written
+    int revision = 1999;                    // 1991, 1999 or 2013
+    DataFormat format = DataFormat::Ascii;
+    double lineFrequency = 0;              // Hz, 0 when not given
+    std::vector<RateSegment> rates;        // empty for nrates 0
+    Time start{}, trigger{};
+    double timeMultiplier = 1;
+    std::vector<AnalogInfo> analog;
+    std::vector<DigitalInfo> digital;
+    std::size_t samples = 0;
+    // The time of each sample in seconds from the first sample: from the rate lines when
+    // there are any (the timestamps are then not used), else timestamp × timemult.
+    std::vector<double> times;
+    std::vector<double> values;         // channel-major: analog channel c at [c · samples, (c + 1) · samples); NaN where missing
+    std::vector<std::uint8_t> states;   // channel-major, digital channels, 0 or 1
+
+    std::span<const double> Analog(std::size_t channel) const {
+        return {values.data() + channel * samples, samples};
+    }
+    std::span<const std::uint8_t> Digital(std::size_t channel) const {
+        return {states.data() + channel * samples, samples};
+    }
+    // The trigger's time on the axis of `times`, seconds.
+    double TriggerOffset() const;
+};
+
+// Reads NAME.cfg with its .dat, or NAME.cff (the path of either the .cfg, the .dat or the
+// .cff). Error naming the file, the line and the field for anything malformed.
+KV_RELAY_API Record Read(const std::filesystem::path& path, Values values = Values::AsRecorded);
+// The same from texts and bytes in memory (for tests and fuzzing): a configuration with
+// its data, or a combined file's bytes. `name` names them in errors.
+KV_RELAY_API Record ReadConfigurationAndData(std::string_view configuration, std::span<const std::uint8_t> data,
+                                             std::string_view name = "record", Values values = Values::AsRecorded);
+KV_RELAY_API Record ReadCombined(std::span<const std::uint8_t> cff, std::string_view name = "record",
+                                 Values values = Values::AsRecorded);
+
+// Text of a record for JSON: valid UTF-8 as it is, anything else decoded from Windows-1251.
+KV_RELAY_API std::string TextAsUtf8(std::string_view bytes);
 
 }  // namespace kv::relay::comtrade
