@@ -341,4 +341,36 @@ void Output::Commit() {
 
 Json PhasorJson(double magnitude, double angle) { return Json{{"magnitude", magnitude}, {"angle", angle}}; }
 
+namespace {
+
+void Flatten(const Json& json, const std::string& prefix, std::vector<std::string>& names,
+             std::vector<const Json*>& values) {
+    if (json.is_object()) {
+        for (const auto& [key, value] : json.items()) Flatten(value, prefix.empty() ? key : prefix + "." + key, names, values);
+        return;
+    }
+    names.push_back(prefix);
+    values.push_back(&json);
+}
+
+std::string CsvField(const Json& value) {
+    if (value.is_null()) return "";
+    if (value.is_number()) return Shortest(value.get<double>());
+    return value.dump();  // strings quoted, true and false as words
+}
+
+}  // namespace
+
+void WriteCsvRow(std::FILE* out, const Json& row, bool header) {
+    std::vector<std::string> names;
+    std::vector<const Json*> values;
+    Flatten(row, "", names, values);
+    if (header) {
+        for (std::size_t k = 0; k < names.size(); ++k) std::fprintf(out, "%s%s", k ? "," : "", names[k].c_str());
+        std::fputc('\n', out);
+    }
+    for (std::size_t k = 0; k < values.size(); ++k) std::fprintf(out, "%s%s", k ? "," : "", CsvField(*values[k]).c_str());
+    std::fputc('\n', out);
+}
+
 }  // namespace kvdata

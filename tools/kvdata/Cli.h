@@ -113,6 +113,10 @@ char* AppendShortest(char* at, double value);
 
 Json PhasorJson(double magnitude, double angle);
 
+// A JSON object as a CSV row: nested keys joined with "." make the columns ("z.r"), null is
+// an empty field, numbers their shortest text. With `header`, the column names come first.
+void WriteCsvRow(std::FILE* out, const Json& row, bool header);
+
 // The decimals of human tables (--decimals); -1 leaves each column's own.
 int Decimals(int columnDefault);
 extern int g_decimals;

@@ -227,22 +227,6 @@ Json PointJson(const ImpedanceOptions& o, const ImpedanceFault& f, const Impedan
     return json;
 }
 
-void Flatten(const Json& json, const std::string& prefix, std::vector<std::string>& names,
-             std::vector<const Json*>& values) {
-    if (json.is_object()) {
-        for (const auto& [key, value] : json.items()) Flatten(value, prefix.empty() ? key : prefix + "." + key, names, values);
-        return;
-    }
-    names.push_back(prefix);
-    values.push_back(&json);
-}
-
-std::string CsvField(const Json& value) {
-    if (value.is_null()) return "";
-    if (value.is_number()) return Shortest(value.get<double>());
-    return value.dump();  // strings quoted, true and false as words
-}
-
 // ---- the human table ----
 
 std::string Ohms(kv::relay::Impedance z) {
@@ -426,16 +410,7 @@ void Run(const ImpedanceOptions& o) {
         if (o.json) {
             std::fprintf(out.file(), "%s\n", json.dump().c_str());
         } else {
-            std::vector<std::string> names;
-            std::vector<const Json*> values;
-            Flatten(json, "", names, values);
-            if (first) {
-                for (std::size_t k = 0; k < names.size(); ++k) std::fprintf(out.file(), "%s%s", k ? "," : "", names[k].c_str());
-                std::fputc('\n', out.file());
-            }
-            for (std::size_t k = 0; k < values.size(); ++k)
-                std::fprintf(out.file(), "%s%s", k ? "," : "", CsvField(*values[k]).c_str());
-            std::fputc('\n', out.file());
+            WriteCsvRow(out.file(), json, first);
         }
         first = false;
         std::size_t k = index.size();
