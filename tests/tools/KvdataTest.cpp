@@ -14,37 +14,15 @@
 #include "Kv_Data.h"
 #include "Kv_Relay.h"
 
+#include "KvdataRun.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome { int status; std::string out, err; };
-
-std::string Slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-class Kvdata : public ::testing::Test {
-protected:
-    void SetUp() override {
-        dir = fs::temp_directory_path() / ("kvdata-test-" + std::to_string(::getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir);
-    }
-    void TearDown() override { fs::remove_all(dir); }
-
-    Outcome Kv(const std::string& args, const std::string& input = "") const {
-        const fs::path in = dir / "stdin", out = dir / "stdout", err = dir / "stderr";
-        std::ofstream(in) << input;
-        const std::string command = std::string(KVDATA_PROGRAM) + " " + args + " <" + in.string() + " >" +
-                                    out.string() + " 2>" + err.string();
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
-    }
-
-    fs::path dir;
-};
+using kvtest::Outcome;
+using kvtest::Slurp;
+using Kvdata = kvtest::KvdataRun;
 
 TEST_F(Kvdata, FaultTableAndJsonCarryTheLibrarysPhasors) {
     const Outcome table = Kv("fault FaultAB");

@@ -10,37 +10,15 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "KvdataRun.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome { int status; std::string out, err; };
-
-std::string Slurp(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-class Spectrum : public ::testing::Test {
-protected:
-    void SetUp() override {
-        dir = fs::temp_directory_path() / ("kvdata-spectrum-" + std::to_string(::getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir);
-    }
-    void TearDown() override { fs::remove_all(dir); }
-
-    Outcome Kv(const std::string& args, const std::string& input = "") const {
-        const fs::path in = dir / "stdin", out = dir / "stdout", err = dir / "stderr";
-        std::ofstream(in, std::ios::binary) << input;
-        const std::string command = std::string(KVDATA_PROGRAM) + " " + args + " <" + in.string() + " >" +
-                                    out.string() + " 2>" + err.string();
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(out), Slurp(err)};
-    }
-
-    fs::path dir;
-};
+using kvtest::Outcome;
+using kvtest::Slurp;
+using Spectrum = kvtest::KvdataRun;
 
 // 200 samples at 10 kHz of 3 + 10 sin(2π·50·t + 30°), t from t0, as "t<sep>u" lines.
 std::string Samples(const std::string& separator, bool decimalComma, const std::string& end, double t0 = 0) {
