@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 using kvtest::Outcome;
 using kvtest::Slurp;
-using Spectrum = kvtest::KvdataRun;
+using FourierCommand = kvtest::KvdataRun;
 
 // 200 samples at 10 kHz of 3 + 10 sin(2π·50·t + 30°), t from t0, as "t<sep>u" lines.
 std::string Samples(const std::string& separator, bool decimalComma, const std::string& end, double t0 = 0) {
@@ -35,7 +35,7 @@ std::string Samples(const std::string& separator, bool decimalComma, const std::
     return text;
 }
 
-TEST_F(Spectrum, SpreadsheetDialectsReadAlike) {
+TEST_F(FourierCommand, SpreadsheetDialectsReadAlike) {
     const struct {
         const char* name;
         std::string text;
@@ -64,7 +64,7 @@ TEST_F(Spectrum, SpreadsheetDialectsReadAlike) {
     EXPECT_NEAR(reference, 10, 1e-5);
 }
 
-TEST_F(Spectrum, AmplitudesAndPhasesAreWhatTheHeaderSays) {
+TEST_F(FourierCommand, AmplitudesAndPhasesAreWhatTheHeaderSays) {
     // Started at t0 = 5 ms, a quarter period on: the phase is still the sine's at t = 0.
     const std::string samples = Samples(",", false, "\n", 0.005);
     const auto peak = nlohmann::json::parse(Kv("spectrum - --column u --rate 10000 --t0 0.005 --f 0:50:50 --json", samples).out);
@@ -83,7 +83,7 @@ TEST_F(Spectrum, AmplitudesAndPhasesAreWhatTheHeaderSays) {
     EXPECT_NE(Slurp(dir / "out.txt").find("amplitude: RMS; phase: of the sine"), std::string::npos);
 }
 
-TEST_F(Spectrum, MistakesEndTheRunWithOneLine) {
+TEST_F(FourierCommand, MistakesEndTheRunWithOneLine) {
     const auto write = [&](const char* name, const std::string& text) {
         std::ofstream(dir / name, std::ios::binary) << text;
         return (dir / name).string() + " --rate 100";
@@ -124,7 +124,7 @@ TEST_F(Spectrum, MistakesEndTheRunWithOneLine) {
     }
 }
 
-TEST_F(Spectrum, JunkIsNamedNotEchoed) {
+TEST_F(FourierCommand, JunkIsNamedNotEchoed) {
     for (const std::string& junk : {std::string("1\0\0\x01", 4), std::string("\x1b[2J"), std::string("\xCD\xE0"),
                                    std::string("\xED\xA0\x80")}) {
         const Outcome run = Kv("spectrum - --rate 100", "u\n1\n" + junk + "\n");
