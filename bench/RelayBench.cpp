@@ -2,6 +2,8 @@
 // the seven loops and the four test models in turn. Neither may allocate.
 // The COMTRADE writer: a 10 s record at 10 kHz in each data format, to files in a
 // temporary directory; its allocations must not depend on the number of samples.
+// The COMTRADE reader: a 100 MiB BINARY record and the 10 s record in ASCII, written once
+// and read back whole; neither may allocate per sample.
 
 #include <stdlib.h>
 
@@ -13,6 +15,7 @@
 #include <filesystem>
 #include <numbers>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "BenchSupport.h"
@@ -168,5 +171,104 @@ void BM_SequenceToComtrade_Ascii(benchmark::State& state) { SequenceToComtrade(s
 void BM_SequenceToComtrade_Binary(benchmark::State& state) { SequenceToComtrade(state, comtrade::DataFormat::Binary); }
 BENCHMARK(BM_SequenceToComtrade_Ascii)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SequenceToComtrade_Binary)->Unit(benchmark::kMillisecond);
+
+// A record written once into a temporary directory, removed at exit.
+class WrittenRecord {
+public:
+    template <class Fill>
+    explicit WrittenRecord(const char* name, Fill fill) {
+        std::string pattern = (std::filesystem::temp_directory_path() / name).string() + "_XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr) {
+            error = "cannot create a temporary directory";
+            return;
+        }
+        dir = pattern;
+        try {
+            const auto paths = fill(dir / "record");
+            cfg = paths.front();
+            bytes = std::filesystem::file_size(paths.back());
+        } catch (const std::exception& e) {
+            error = e.what();
+        }
+    }
+    WrittenRecord(const WrittenRecord&) = delete;
+    WrittenRecord& operator=(const WrittenRecord&) = delete;
+    ~WrittenRecord() {
+        std::error_code ignored;
+        if (!dir.empty()) std::filesystem::remove_all(dir, ignored);
+    }
+
+    std::filesystem::path dir, cfg;
+    std::uintmax_t bytes = 0;  // of the data file
+    std::string error;
+};
+
+// Fails beyond this: the channel tables, names and paths, never anything per sample.
+constexpr std::size_t kComtradeReadAllocations = 200;
+
+void ComtradeRead(benchmark::State& state, const WrittenRecord& written) {
+    if (!written.error.empty()) {
+        kvbench::Fail(state, written.error.c_str());
+        return;
+    }
+    std::size_t samples = 0;
+    try {
+        kvbench::CountedAtMost(state, kComtradeReadAllocations, [&] {
+            const comtrade::Record r = comtrade::Read(written.cfg);
+            samples = r.samples;
+            benchmark::DoNotOptimize(r.values.data());
+        });
+    } catch (const std::exception& e) {
+        static std::string message;
+        message = e.what();
+        kvbench::Fail(state, message.c_str());
+    }
+    state.counters["samples"] = static_cast<double>(samples);
+    state.SetBytesProcessed(static_cast<std::int64_t>(written.bytes) * state.iterations());
+}
+
+// 100 MiB of BINARY data: 6 analog and 4 digital channels at 10 kHz, 8 + 12 + 2 = 22 bytes a
+// sample, 4.77 million samples (8 minutes). The waves repeat every 200 samples, from a table.
+void BM_ComtradeRead_Binary100MB(benchmark::State& state) {
+    static const WrittenRecord written("kv_bench_comtrade_read", [](const std::filesystem::path& stem) {
+        constexpr std::size_t kSamples = (std::size_t{100} << 20) / 22;
+        constexpr std::size_t kPeriod = 200;
+        comtrade::RecordToWrite record;
+        record.station = "Bench";
+        record.device = "Reader";
+        record.sampleRate = 10000;
+        record.samples = kSamples;
+        std::vector<std::vector<double>> analog(6, std::vector<double>(kSamples));
+        std::vector<std::vector<std::uint8_t>> digital(4, std::vector<std::uint8_t>(kSamples));
+        const char* names[] = {"UA", "UB", "UC", "IA", "IB", "IC"};
+        for (std::size_t c = 0; c < 6; ++c) {
+            double period[kPeriod];
+            const double amplitude = c < 3 ? 100 * std::numbers::sqrt2 : 5 * std::numbers::sqrt2;
+            for (std::size_t n = 0; n < kPeriod; ++n)
+                period[n] = amplitude * std::sin(2 * std::numbers::pi * (static_cast<double>(n) / kPeriod -
+                                                                         static_cast<double>(c % 3) / 3));
+            for (std::size_t n = 0; n < kSamples; ++n) analog[c][n] = period[n % kPeriod];
+            const std::string phase(1, static_cast<char>('A' + c % 3));
+            record.analog.push_back({names[c], phase, c < 3 ? "V" : "A", analog[c]});
+        }
+        for (std::size_t c = 0; c < 4; ++c) {
+            for (std::size_t n = 0; n < kSamples; ++n) digital[c][n] = (n / (1000 * (c + 1))) % 2 ? 1 : 0;
+            record.digital.push_back({"K" + std::to_string(c + 1), digital[c]});
+        }
+        return comtrade::Write(record, stem, {comtrade::Revision::Rev2013, comtrade::DataFormat::Binary, false});
+    });
+    ComtradeRead(state, written);
+}
+BENCHMARK(BM_ComtradeRead_Binary100MB)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The 10 s record of the writer's benchmarks, in ASCII (about 4 MB).
+void BM_ComtradeRead_Ascii(benchmark::State& state) {
+    static const ComtradeRecord data;
+    static const WrittenRecord written("kv_bench_comtrade_read_ascii", [](const std::filesystem::path& stem) {
+        return comtrade::Write(data.record, stem);
+    });
+    ComtradeRead(state, written);
+}
+BENCHMARK(BM_ComtradeRead_Ascii)->Unit(benchmark::kMillisecond);
 
 }  // namespace

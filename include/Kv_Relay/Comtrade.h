@@ -89,6 +89,7 @@ KV_RELAY_API std::string Configuration(const RecordToWrite& record, const WriteO
 // BINARY, BINARY32 and FLOAT32 in any letter case; several sample rates, or nrates 0 with
 // the times taken from the timestamps; missing values (99999 in ASCII, 0x8000 and
 // 0x80000000 in binary) as NaN; a trailing 0x1A; text in any 8-bit encoding kept as bytes.
+// Texts are kept without the spaces and tabs around them.
 
 struct AnalogInfo {
     std::string name, phase, circuit, unit;  // ch_id, ph, ccbm, uu
@@ -96,7 +97,7 @@ struct AnalogInfo {
     double skew = 0;                         // µs
     double min = 0, max = 0;                 // of x
     double primary = 1, secondary = 1;       // transformer ratio
-    char ps = 'S';                           // whether a·x + b is a primary ('P') or secondary ('S') value
+    char ps = 'S';                           // whether a·x + b is a primary ('P') or secondary ('S') value, as the file says
 };
 
 struct DigitalInfo {
@@ -125,9 +126,13 @@ struct KV_RELAY_API Record {
     double timeMultiplier = 1;
     std::vector<AnalogInfo> analog;
     std::vector<DigitalInfo> digital;
+    // The HDR and INF texts, bytes as written: the sections of a .cff, or NAME.hdr and
+    // NAME.inf beside a .cfg; empty when there are none.
+    std::string header, information;
     std::size_t samples = 0;
     // The time of each sample in seconds from the first sample: from the rate lines when
-    // there are any (the timestamps are then not used), else timestamp × timemult.
+    // there are any (the timestamps are then not used), else timestamp × timemult, the
+    // timestamps in µs.
     std::vector<double> times;
     std::vector<double> values;         // channel-major: analog channel c at [c · samples, (c + 1) · samples); NaN where missing
     std::vector<std::uint8_t> states;   // channel-major, digital channels, 0 or 1
@@ -143,10 +148,14 @@ struct KV_RELAY_API Record {
 };
 
 // Reads NAME.cfg with its .dat, or NAME.cff (the path of either the .cfg, the .dat or the
-// .cff). Error naming the file, the line and the field for anything malformed.
+// .cff). Error naming the file, the line and the field for anything malformed
+// ("rec.cfg:3: analog channel 1, field a: 'x' is not a number", "rec.dat: record 5 is cut
+// short"), a sample count that the data does not hold, a file that cannot be read. The
+// data file is mapped, not copied; the arrays are sized from its length.
 KV_RELAY_API Record Read(const std::filesystem::path& path, Values values = Values::AsRecorded);
 // The same from texts and bytes in memory (for tests and fuzzing): a configuration with
-// its data, or a combined file's bytes. `name` names them in errors.
+// its data, or a combined file's bytes. Errors name them `name`.cfg and `name`.dat, or
+// `name`.cff.
 KV_RELAY_API Record ReadConfigurationAndData(std::string_view configuration, std::span<const std::uint8_t> data,
                                              std::string_view name = "record", Values values = Values::AsRecorded);
 KV_RELAY_API Record ReadCombined(std::span<const std::uint8_t> cff, std::string_view name = "record",

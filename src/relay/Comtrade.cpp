@@ -15,9 +15,11 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <system_error>
 #include <utility>
 
+#include "ComtradeDetail.h"
 #include "Kv_Relay/Error.h"
 
 namespace kv::relay::comtrade {
@@ -499,11 +501,18 @@ std::string_view Name(DataFormat format) {
     return k < std::size(kFormatNames) ? kFormatNames[k] : std::string_view("?");
 }
 
-DataFormat ParseDataFormat(std::string_view text) {
-    std::string upper(text);
-    for (char& ch : upper) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+std::optional<DataFormat> detail::FindDataFormat(std::string_view text) {
+    const auto same = [](char x, char y) {
+        return std::toupper(static_cast<unsigned char>(x)) == static_cast<unsigned char>(y);
+    };
     for (std::size_t k = 0; k < std::size(kFormatNames); ++k)
-        if (upper == kFormatNames[k]) return static_cast<DataFormat>(k);
+        if (std::equal(text.begin(), text.end(), kFormatNames[k].begin(), kFormatNames[k].end(), same))
+            return static_cast<DataFormat>(k);
+    return std::nullopt;
+}
+
+DataFormat ParseDataFormat(std::string_view text) {
+    if (const auto format = detail::FindDataFormat(text)) return *format;
     FailText("format", "must be ASCII, BINARY, BINARY32 or FLOAT32", text);
 }
 
