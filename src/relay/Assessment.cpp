@@ -20,7 +20,7 @@ std::optional<double> FirstRisingEdge(const comtrade::Record& r, std::size_t cha
 
 std::vector<AssessmentResult> Assess(const Sequence& q, const comtrade::Record& r) {
     // Where each state starts on the record's time axis.
-    const double trigger = std::chrono::duration<double>(r.trigger - r.start).count();
+    const double trigger = r.TriggerOffset();
     const double shift = trigger - TriggerTime(q);
     auto startOf = [&q, shift](const std::string& name) {
         double start = 0;

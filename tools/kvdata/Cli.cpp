@@ -238,7 +238,11 @@ std::string Fixed(double value, int decimals) {
 
 std::string FixedAngle(double magnitude, double angle, int magnitudeDecimals, int decimals) {
     const std::string shown = Fixed(magnitude, magnitudeDecimals);
-    return Fixed(shown.find_first_of("123456789") == std::string::npos ? 0 : angle, decimals);
+    if (shown.find_first_of("123456789") == std::string::npos) return Fixed(0, decimals);
+    // An angle just below 360 that rounds up reads as the 0 it is next to.
+    std::string text = Fixed(angle, decimals);
+    if (angle < 360 && text == Fixed(360, decimals)) text = Fixed(0, decimals);
+    return text;
 }
 
 char* AppendShortest(char* at, double value) { return WriteShortest(at, value); }

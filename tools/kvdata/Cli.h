@@ -102,7 +102,8 @@ std::string TemporaryName(const std::string& path);
 void PrintTable(std::FILE* out, const std::vector<std::vector<std::string>>& rows);
 // Fixed decimals; a value that rounds to zero prints without a sign ("0.00", never "-0.00").
 std::string Fixed(double value, int decimals);
-// The angle of a phasor for a human table: a phasor whose magnitude shows as zero has angle 0.
+// The angle of a phasor for a human table: a phasor whose magnitude shows as zero has angle 0,
+// and an angle below 360 that would show as 360 shows as 0.
 std::string FixedAngle(double magnitude, double angle, int magnitudeDecimals, int decimals);
 // Up to ten significant digits, without trailing zeros.
 std::string Number(double value);
@@ -130,5 +131,7 @@ void AddSequenceCommand(CLI::App& app);
 void AddToleranceCommand(CLI::App& app);
 void AddSpectrumCommand(CLI::App& app);
 void AddDeviceCommand(CLI::App& app);
+// record and assess; assess leaves its exit status (0 pass, 3 fail) in `status`.
+void AddRecordCommands(CLI::App& app, int& status);
 
 }  // namespace kvdata

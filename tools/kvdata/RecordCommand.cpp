@@ -29,8 +29,6 @@ struct RecordOptions {
 
 std::string Utf8(const std::string& bytes) { return ct::TextAsUtf8(bytes); }
 
-double TriggerOffset(const ct::Record& r) { return std::chrono::duration<double>(r.trigger - r.start).count(); }
-
 Json HeaderJson(const ct::Record& r) {
     Json rates = Json::array();
     for (const ct::RateSegment& s : r.rates) rates.push_back({s.rate, s.lastSample});
@@ -92,7 +90,7 @@ Json PhasorsJson(const ct::Record& r, const kv::relay::PhasorsAtTime& at, const 
             sets.push_back(set);
         }
     }
-    return {{"time", at.time - TriggerOffset(r)}, {"channels", channels}, {"groups", sets}};
+    return {{"time", at.time - r.TriggerOffset()}, {"channels", channels}, {"groups", sets}};
 }
 
 void PrintHeader(std::FILE* out, const ct::Record& r) {
@@ -107,7 +105,7 @@ void PrintHeader(std::FILE* out, const ct::Record& r) {
     std::fprintf(out, "%zu samples (%s), %s s; start %s, trigger %s (+%s s)\n\n", r.samples,
                  rates.empty() ? "times from the timestamps" : rates.c_str(), Number(duration).c_str(),
                  kv::relay::IsoTime(r.start).c_str(), kv::relay::IsoTime(r.trigger).c_str(),
-                 Number(TriggerOffset(r)).c_str());
+                 Number(r.TriggerOffset()).c_str());
     std::vector<std::vector<std::string>> rows{{"Analog", "phase", "unit", "a", "b", "primary", "secondary", "PS"}};
     for (const ct::AnalogInfo& a : r.analog)
         rows.push_back({Utf8(a.name), Utf8(a.phase), Utf8(a.unit), Shortest(a.a), Shortest(a.b), Shortest(a.primary),
@@ -120,7 +118,7 @@ void PrintHeader(std::FILE* out, const ct::Record& r) {
     }
 }
 
-void PrintPhasors(std::FILE* out, const ct::Record& r, const Json& at) {
+void PrintPhasors(std::FILE* out, const Json& at) {
     std::fprintf(out, "\nAt %s s from the trigger\n", Number(at["time"].get<double>()).c_str());
     std::vector<std::vector<std::string>> rows{{"Channel", "magnitude", "angle, deg"}};
     const int m = Decimals(3), a = Decimals(2);
@@ -128,7 +126,8 @@ void PrintPhasors(std::FILE* out, const ct::Record& r, const Json& at) {
         if (value.is_null())
             rows.push_back({name, "no value", ""});
         else
-            rows.push_back({name, Fixed(value["magnitude"].get<double>(), m), Fixed(value["angle"].get<double>(), a)});
+            rows.push_back({name, Fixed(value["magnitude"].get<double>(), m),
+                            FixedAngle(value["magnitude"].get<double>(), value["angle"].get<double>(), m, a)});
     }
     PrintTable(out, rows);
     for (const Json& set : at["groups"]) {
@@ -138,12 +137,14 @@ void PrintPhasors(std::FILE* out, const ct::Record& r, const Json& at) {
         std::vector<std::vector<std::string>> s{{"Sequence", "magnitude", "angle, deg"}};
         for (const char* k : {"positive", "negative", "zero"}) {
             const Json& p = set[k];
-            s.push_back({k, p["magnitude"].is_null() ? "no value" : Fixed(p["magnitude"].get<double>(), m),
-                         p["angle"].is_null() ? "" : Fixed(p["angle"].get<double>(), a)});
+            if (p["magnitude"].is_null())
+                s.push_back({k, "no value", ""});
+            else
+                s.push_back({k, Fixed(p["magnitude"].get<double>(), m),
+                             FixedAngle(p["magnitude"].get<double>(), p["angle"].get<double>(), m, a)});
         }
         PrintTable(out, s);
     }
-    (void)r;
 }
 
 std::vector<double> ParseTimes(const std::string& text) {
@@ -165,7 +166,7 @@ void RunRecord(const RecordOptions& o) {
     const ct::Values values = o.primary ? ct::Values::Primary : o.secondary ? ct::Values::Secondary : ct::Values::AsRecorded;
     const ct::Record r = ct::Read(o.file, values);
     const std::vector<double> times = o.at.empty() ? std::vector<double>() : ParseTimes(o.at);
-    const double trigger = TriggerOffset(r);
+    const double trigger = r.TriggerOffset();
     const auto groups = kv::relay::PhaseGroups(r);
 
     if (o.everyCycle) {
@@ -187,7 +188,7 @@ void RunRecord(const RecordOptions& o) {
         std::fprintf(out.file(), "%s\n", json.dump(2).c_str());
     } else {
         PrintHeader(out.file(), r);
-        for (const double t : times) PrintPhasors(out.file(), r, PhasorsJson(r, kv::relay::PhasorsAt(r, t + trigger), groups, false));
+        for (const double t : times) PrintPhasors(out.file(), PhasorsJson(r, kv::relay::PhasorsAt(r, t + trigger), groups, false));
     }
 
     if (!o.plot.empty()) {

@@ -45,6 +45,8 @@ int Main(int argc, char** argv) {
     kvdata::AddToleranceCommand(app);
     kvdata::AddSpectrumCommand(app);
     kvdata::AddDeviceCommand(app);
+    int status = 0;
+    kvdata::AddRecordCommands(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
@@ -66,7 +68,7 @@ int Main(int argc, char** argv) {
         std::fprintf(stderr, "kvdata: %s\n", e.what());
         return 1;
     }
-    return 0;
+    return status;
 }
 
 }  // namespace
