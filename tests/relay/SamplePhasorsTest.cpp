@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cmath>
+#include <filesystem>
 #include <functional>
 
 #include "Kv_Relay/Assessment.h"
 #include "Kv_Relay/Error.h"
+#include "Kv_Relay/Waveforms.h"
 
 namespace {
 
@@ -124,6 +128,51 @@ TEST(AssessmentTest, TripTimesPassFailAndNoTrip) {
 
     q.assessments[0].channel = "CLOSE";
     EXPECT_THROW(Assess(q, r), Error);
+}
+
+// Generate, play, read, judge: a sequence written in each format reads back with each state's
+// phasors at the end of its steady part, within what a sample can be off by, and its binary
+// output is judged as a relay's trip would be.
+TEST(RoundTripTest, SequencesReadBackWithTheirPhasorsAndTrips) {
+    const Sequence q = ParseSequence(R"({"rate": 2000, "start": "2026-11-23T10:00:00",
+        "states": [{"name": "pre", "duration": 0.06},
+                   {"name": "fault", "duration": 0.04, "trigger": true,
+                    "impedance": {"loop": "AN", "z": [4, 75], "k0": [0.8, -5], "current": 5}},
+                   {"name": "trip", "duration": 0.03, "outputs": {"TRIP": 1},
+                    "impedance": {"loop": "AN", "z": [4, 75], "k0": [0.8, -5], "current": 5}},
+                   {"name": "open", "duration": 0.05, "outputs": {"TRIP": 0}}],
+        "assess": [{"name": "zone 1", "channel": "TRIP", "from": "fault", "expected": 0.04, "abs": 0.001},
+                   {"name": "too soon", "channel": "TRIP", "from": "fault", "expected": 0.02, "abs": 0.005},
+                   {"name": "quiet", "channel": "TRIP", "from": "pre", "until": "fault", "expected": null}]})");
+    const Waveforms waves(q);
+    const auto dir = std::filesystem::temp_directory_path() / ("kv_round_trip_" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    const ct::WriteOptions options[] = {
+        {ct::Revision::Rev1999, ct::DataFormat::Ascii, false},   {ct::Revision::Rev1999, ct::DataFormat::Binary, false},
+        {ct::Revision::Rev2013, ct::DataFormat::Ascii, true},    {ct::Revision::Rev2013, ct::DataFormat::Binary, false},
+        {ct::Revision::Rev2013, ct::DataFormat::Binary32, true}, {ct::Revision::Rev2013, ct::DataFormat::Float32, false}};
+    for (const ct::WriteOptions& o : options) {
+        SCOPED_TRACE(std::string(ct::Name(o.format)) + " " + std::to_string(static_cast<int>(o.revision)));
+        const ct::Record r = ct::Read(ct::Write(ToRecord(q, waves, *q.start), dir / "r", o).front());
+        for (std::size_t k = 0; k < q.states.size(); ++k) {
+            const PlayedState& s = waves.Played()[k];
+            const PhasorsAtTime at = PhasorsAt(r, s.start + q.states[k].duration - 0.0001);
+            for (std::size_t c = 0; c < kChannels; ++c) {
+                const Phasor expected = c < 3 ? s.phasors.voltages[c] : s.phasors.currents[c - 3];
+                // A window of N samples each off by at most a/2 (FLOAT32: a = 1, off by a relative 2^-24).
+                const double resolution = o.format == ct::DataFormat::Float32 ? 1e-5 : 0.71 * r.analog[c].a;
+                ASSERT_TRUE(at.channels[c]);
+                EXPECT_LE(std::abs(at.channels[c]->Value() - expected.Value()), resolution) << s.start << " " << c;
+            }
+        }
+        const auto results = Assess(q, r);
+        ASSERT_EQ(results.size(), 3u);
+        EXPECT_TRUE(results[0].passed);
+        EXPECT_NEAR(*results[0].measured, 0.04, 1e-9);
+        EXPECT_FALSE(results[1].passed);
+        EXPECT_TRUE(results[2].passed);
+    }
+    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
