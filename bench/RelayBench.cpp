@@ -21,6 +21,7 @@
 #include "BenchSupport.h"
 #include "Kv_Relay/Comtrade.h"
 #include "Kv_Relay/ImpedanceFault.h"
+#include "Kv_Relay/SamplePhasors.h"
 #include "Kv_Relay/Waveforms.h"
 
 namespace {
@@ -229,7 +230,7 @@ void ComtradeRead(benchmark::State& state, const WrittenRecord& written) {
 
 // 100 MiB of BINARY data: 6 analog and 4 digital channels at 10 kHz, 8 + 12 + 2 = 22 bytes a
 // sample, 4.77 million samples (8 minutes). The waves repeat every 200 samples, from a table.
-void BM_ComtradeRead_Binary100MB(benchmark::State& state) {
+const WrittenRecord& Binary100MB() {
     static const WrittenRecord written("kv_bench_comtrade_read", [](const std::filesystem::path& stem) {
         constexpr std::size_t kSamples = (std::size_t{100} << 20) / 22;
         constexpr std::size_t kPeriod = 200;
@@ -257,9 +258,30 @@ void BM_ComtradeRead_Binary100MB(benchmark::State& state) {
         }
         return comtrade::Write(record, stem, {comtrade::Revision::Rev2013, comtrade::DataFormat::Binary, false});
     });
-    ComtradeRead(state, written);
+    return written;
 }
+void BM_ComtradeRead_Binary100MB(benchmark::State& state) { ComtradeRead(state, Binary100MB()); }
 BENCHMARK(BM_ComtradeRead_Binary100MB)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// The same record read and its phasors estimated cycle by cycle for every channel, with the
+// symmetrical components of both sets: what `kvdata record --every-cycle` computes.
+void BM_ComtradeReadAndPhasors_Binary100MB(benchmark::State& state) {
+    const WrittenRecord& written = Binary100MB();
+    if (!written.error.empty()) {
+        kvbench::Fail(state, written.error.c_str());
+        return;
+    }
+    std::size_t cycles = 0;
+    for (auto _ : state) {
+        const comtrade::Record r = comtrade::Read(written.cfg);
+        const auto phasors = PhasorsEveryCycle(r);
+        cycles = phasors.size();
+        benchmark::DoNotOptimize(phasors.data());
+    }
+    state.counters["cycles"] = static_cast<double>(cycles);
+    state.SetBytesProcessed(static_cast<std::int64_t>(written.bytes) * state.iterations());
+}
+BENCHMARK(BM_ComtradeReadAndPhasors_Binary100MB)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // The 10 s record of the writer's benchmarks, in ASCII (about 4 MB).
 void BM_ComtradeRead_Ascii(benchmark::State& state) {
