@@ -29,6 +29,10 @@ struct RecordOptions {
 
 std::string Utf8(const std::string& bytes) { return ct::TextAsUtf8(bytes); }
 
+// Seconds from the trigger, to the nanosecond: the difference of two sample times carries
+// rounding noise ("-0.061000000000000006") that no record's clock resolves.
+double FromTrigger(const ct::Record& r, double t) { return std::round((t - r.TriggerOffset()) * 1e9) / 1e9; }
+
 Json HeaderJson(const ct::Record& r) {
     Json rates = Json::array();
     for (const ct::RateSegment& s : r.rates) rates.push_back({s.rate, s.lastSample});
@@ -90,7 +94,7 @@ Json PhasorsJson(const ct::Record& r, const kv::relay::PhasorsAtTime& at, const 
             sets.push_back(set);
         }
     }
-    return {{"time", at.time - r.TriggerOffset()}, {"channels", channels}, {"groups", sets}};
+    return {{"time", FromTrigger(r, at.time)}, {"channels", channels}, {"groups", sets}};
 }
 
 void PrintHeader(std::FILE* out, const ct::Record& r) {
@@ -255,8 +259,8 @@ int RunAssess(const AssessOptions& o) {
 void AddRecordCommands(CLI::App& app, int& status) {
     auto o = std::make_shared<RecordOptions>();
     CLI::App* cmd = app.add_subcommand("record", "A COMTRADE record read back: its header, phasors and waveforms");
-    cmd->footer("Times are seconds from the record's trigger. Phasors are full-cycle estimates at the line frequency, RMS,\n"
-                "angles in degrees from the record's first sample.\n"
+    cmd->footer("Times are seconds from the record's trigger, to the nanosecond. Phasors are full-cycle estimates\n"
+                "at the line frequency, RMS, angles in degrees from the record's first sample.\n"
                 "Example: kvdata record relay.cfg --at -0.02,0.04 --plot relay.png");
     cmd->add_option("FILE", o->file, "The record: NAME.cfg (with NAME.dat), NAME.dat or NAME.cff")->required();
     cmd->add_option("--at", o->at, "Phasors at these times, T[,T...] s from the trigger")->type_name("T");
