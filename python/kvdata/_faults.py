@@ -27,8 +27,10 @@ def fault_type_name(code: int) -> str:
 
 
 def _flat(shape: Tuple[int, ...], *values: Any) -> list:
-    """Each value broadcast to `shape` as a contiguous 1-D array of doubles."""
-    return [np.ascontiguousarray(np.broadcast_to(np.asarray(v, dtype=float), shape)).ravel() for v in values]
+    """Each value as a contiguous 1-D array of doubles: one value that every point shares,
+    or the value broadcast to `shape`, flattened."""
+    arrays = [np.asarray(v, dtype=float) for v in values]
+    return [a.reshape(1) if a.size == 1 else np.ascontiguousarray(np.broadcast_to(a, shape)).ravel() for a in arrays]
 
 
 def _scalar(array: np.ndarray, shape: Tuple[int, ...]):
@@ -93,8 +95,7 @@ def fault(
               -1.0 if uhealthy is None else uhealthy, 0.0 if nominal_voltage is None else nominal_voltage)
     shape = np.broadcast_shapes(*(np.shape(v) for v in values))
     flat = _flat(shape, *values)
-    codes = np.full(flat[0].shape, code, dtype=np.intc)
-    return FaultResult(code, _kvdata._fault(codes, *flat), shape)
+    return FaultResult(code, _kvdata._fault(np.array([code], dtype=np.intc), *flat), shape)
 
 
 def _form(value: Any, name: str) -> Tuple[str, Any, Any]:

@@ -2,9 +2,12 @@
 // impedance over whole arrays of inputs, one loop in C++ with the interpreter's lock
 // released. The Python side broadcasts the inputs to one length and shapes the results.
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "Bindings.h"
 #include "Kv_Relay/CatalogueFault.h"
@@ -35,52 +38,106 @@ struct PhaseArrays {
     std::complex<double>* i;
 };
 
-// Runs body(k) for every point; an Error names the point it came from.
-template <class Body>
-void ForEachPoint(std::size_t n, Body body) {
-    std::size_t k = 0;
-    try {
-        for (; k < n; ++k) body(k);
-    } catch (const Error& e) {
-        throw Error(n > 1 ? "point " + std::to_string(k) + ": " + e.what() : std::string(e.what()));
+// One numeric input over n points: n values, or one value that every point shares.
+template <class T>
+class Column {
+public:
+    explicit Column(const py::array_t<T, py::array::c_style | py::array::forcecast>& values)
+        : m_data(values.data()), m_step(values.size() == 1 ? 0 : 1) {}
+    T operator[](std::size_t k) const { return m_data[m_step * k]; }
+
+private:
+    const T* m_data;
+    std::size_t m_step;
+};
+
+// The number of points: the length that the inputs of more than one value share.
+std::size_t Points(std::initializer_list<std::pair<const char*, py::ssize_t>> lengths) {
+    const char* first = nullptr;
+    std::size_t n = 1;
+    for (const auto& [name, length] : lengths) {
+        const auto size = static_cast<std::size_t>(length);
+        if (size == 1) continue;
+        if (first == nullptr) {
+            first = name;
+            n = size;
+        } else if (size != n) {
+            throw py::value_error(std::string(name) + ": " + std::to_string(size) + " values where " + first +
+                                  " has " + std::to_string(n));
+        }
     }
+    return n;
 }
 
-py::dict Fault(const py::array_t<int, py::array::c_style | py::array::forcecast>& type, const Doubles& u,
-               const Doubles& i, const Doubles& phi, const Doubles& unom, const Doubles& aux, const Doubles& auxAngle,
-               const Doubles& uhealthy, const Doubles& nominal) {
-    const std::size_t n = CommonLength({{"type", static_cast<std::size_t>(type.size())},
-                                        {"u", static_cast<std::size_t>(u.size())},
-                                        {"i", static_cast<std::size_t>(i.size())},
-                                        {"phi", static_cast<std::size_t>(phi.size())},
-                                        {"unom", static_cast<std::size_t>(unom.size())},
-                                        {"aux", static_cast<std::size_t>(aux.size())},
-                                        {"aux_angle", static_cast<std::size_t>(auxAngle.size())},
-                                        {"uhealthy", static_cast<std::size_t>(uhealthy.size())},
-                                        {"nominal_voltage", static_cast<std::size_t>(nominal.size())}});
+// Runs a worker over the points in chunks, on several threads when there are enough
+// points to pay for them; each chunk has a worker of its own from makeWorker(). An Error
+// names the first point it came from.
+template <class MakeWorker>
+void ForEachPoint(std::size_t n, unsigned threads, MakeWorker makeWorker) {
+    constexpr std::size_t kPointsPerThread = std::size_t{1} << 15;
+    const std::size_t chunks = std::clamp<std::size_t>(n / kPointsPerThread, 1, std::max(threads, 1u));
+    std::vector<std::size_t> failedAt(chunks, n);
+    std::vector<std::string> messages(chunks);
+    const auto run = [&](std::size_t c) {
+        const std::size_t first = n * c / chunks, last = n * (c + 1) / chunks;
+        std::size_t k = first;
+        try {
+            auto worker = makeWorker();
+            for (; k < last; ++k) worker(k);
+        } catch (const Error& e) {
+            failedAt[c] = k;
+            messages[c] = e.what();
+        }
+    };
+    std::vector<std::thread> workers;
+    for (std::size_t c = 1; c < chunks; ++c) workers.emplace_back(run, c);
+    run(0);
+    for (std::thread& w : workers) w.join();
+    for (std::size_t c = 0; c < chunks; ++c)
+        if (failedAt[c] < n)
+            throw Error(n > 1 ? "point " + std::to_string(failedAt[c]) + ": " + messages[c] : messages[c]);
+}
+
+using Ints = py::array_t<int, py::array::c_style | py::array::forcecast>;
+
+py::dict Fault(const Ints& type, const Doubles& u, const Doubles& i, const Doubles& phi, const Doubles& unom,
+               const Doubles& aux, const Doubles& auxAngle, const Doubles& uhealthy, const Doubles& nominal) {
+    const std::size_t n = Points({{"type", type.size()},
+                                  {"u", u.size()},
+                                  {"i", i.size()},
+                                  {"phi", phi.size()},
+                                  {"unom", unom.size()},
+                                  {"aux", aux.size()},
+                                  {"aux_angle", auxAngle.size()},
+                                  {"uhealthy", uhealthy.size()},
+                                  {"nominal_voltage", nominal.size()}});
     py::array_t<int> result(static_cast<py::ssize_t>(n));
     PhaseArrays phases(n);
     int* codes = result.mutable_data();
-    const int* t = type.data();
-    const double *pu = u.data(), *pi = i.data(), *pphi = phi.data(), *punom = unom.data(), *paux = aux.data(),
-                 *pangle = auxAngle.data(), *phealthy = uhealthy.data(), *pnominal = nominal.data();
+    const Column<int> t(type);
+    const Column<double> cu(u), ci(i), cphi(phi), cunom(unom), caux(aux), cangle(auxAngle), chealthy(uhealthy),
+        cnominal(nominal);
     {
         py::gil_scoped_release unlocked;
         const std::lock_guard core(CoreLock());
-        ForEachPoint(n, [&](std::size_t k) {
-            CatalogueFault f;
-            f.type = t[k];
-            f.u = pu[k];
-            f.i = pi[k];
-            f.phi = pphi[k];
-            f.unom = punom[k];
-            f.aux = paux[k];
-            f.auxAngle = pangle[k];
-            f.uhealthy = phealthy[k];
-            f.nominalVoltage = pnominal[k];
-            const CatalogueResult r = Synthesise(f);
-            codes[k] = r.result;
-            phases.Put(k, r.phases);
+        // One thread: the synthesis reads the core's globals, and sets the nominal values
+        // there for the points that give one.
+        ForEachPoint(n, 1, [&] {
+            return [&](std::size_t k) {
+                CatalogueFault f;
+                f.type = t[k];
+                f.u = cu[k];
+                f.i = ci[k];
+                f.phi = cphi[k];
+                f.unom = cunom[k];
+                f.aux = caux[k];
+                f.auxAngle = cangle[k];
+                f.uhealthy = chealthy[k];
+                f.nominalVoltage = cnominal[k];
+                const CatalogueResult r = Synthesise(f);
+                codes[k] = r.result;
+                phases.Put(k, r.phases);
+            };
         });
     }
     py::dict out;
@@ -90,35 +147,67 @@ py::dict Fault(const py::array_t<int, py::array::c_style | py::array::forcecast>
     return out;
 }
 
-// A complex quantity given in one of its forms by two arrays: "polar" (magnitude, degrees),
-// "rx" (real, imaginary), "rerl" (RE/RL, XE/XL: k0 only), "z0z1" (|Z0/Z1|, degrees: k0
-// only); "" for none.
+// A complex quantity given in one of its forms by two columns: "polar" (magnitude,
+// degrees), "rx" (real, imaginary), "rerl" (RE/RL, XE/XL: k0 only), "z0z1" (|Z0/Z1|,
+// degrees: k0 only); "" for none.
 struct Form {
     std::string form;
     Doubles a, b;
 };
 
-Impedance ImpedanceAt(const Form& f, std::size_t k, const char* what) {
-    if (f.form == "polar") return Impedance(CheckedPolar(f.a.data()[k], f.b.data()[k], what));
-    if (f.form == "rx") {
-        const double r = f.a.data()[k], x = f.b.data()[k];
-        if (!std::isfinite(r) || !std::isfinite(x)) Fail(std::string(what) + ".rx", "must be finite numbers", r);
-        return Impedance::RX(r, x);
+Impedance ImpedanceOf(const std::string& form, double a, double b, const char* what) {
+    if (form == "polar") return Impedance(CheckedPolar(a, b, what));
+    if (form == "rx") {
+        if (!std::isfinite(a)) Fail(std::string(what) + ".r", "must be a finite number", a);
+        if (!std::isfinite(b)) Fail(std::string(what) + ".x", "must be a finite number", b);
+        return Impedance::RX(a, b);
     }
     throw Error(std::string(what) + ": give it as (magnitude, angle) or as R and X");
 }
 
-std::optional<ResidualCompensation> K0At(const Form& f, std::size_t k, Impedance line, const char* what) {
-    const double a = f.a.data()[k], b = f.b.data()[k];
-    if (f.form.empty()) return std::nullopt;
-    if (f.form == "polar") return ResidualCompensation(CheckedPolar(a, b, what));
-    if (f.form == "rx") return ResidualCompensation(Impedance::RX(a, b).Value());
-    if (f.form == "rerl") return ResidualCompensation::FromRERLXEXL(a, b, line);
-    if (f.form == "z0z1") return ResidualCompensation::FromZ0Z1(a, b);
-    throw Error(std::string(what) + ": unknown form '" + f.form + "'");
+std::optional<ResidualCompensation> K0Of(const std::string& form, double a, double b, Impedance line,
+                                         const char* what) {
+    if (form.empty()) return std::nullopt;
+    if (form == "polar") return ResidualCompensation(CheckedPolar(a, b, what));
+    if (form == "rx") return ResidualCompensation(ImpedanceOf("rx", a, b, what).Value());
+    if (form == "rerl") return ResidualCompensation::FromRERLXEXL(a, b, line);
+    if (form == "z0z1") return ResidualCompensation::FromZ0Z1(a, b);
+    throw Error(std::string(what) + ": unknown form '" + form + "'");
 }
 
-std::size_t Length(const Form& f) { return static_cast<std::size_t>(f.a.size()); }
+// A k0 input over the points; worked out again only where its numbers (or, for RE/RL and
+// XE/XL, the line impedance) differ from the previous point's, for k0 keeps its polar
+// forms and a sweep of Z should not pay for them at every point.
+class K0Column {
+public:
+    K0Column(const Form& f, const char* what) : m_form(f.form), m_a(f.a), m_b(f.b), m_what(what) {}
+    std::optional<ResidualCompensation> operator()(std::size_t k, Impedance line) {
+        const double a = m_a[k], b = m_b[k];
+        if (!m_valid || a != m_lastA || b != m_lastB || (m_form == "rerl" && line != m_lastLine)) {
+            m_value = K0Of(m_form, a, b, line, m_what);
+            m_valid = true;
+            m_lastA = a;
+            m_lastB = b;
+            m_lastLine = line;
+        }
+        return m_value;
+    }
+
+private:
+    std::string m_form;
+    Column<double> m_a, m_b;
+    const char* m_what;
+    bool m_valid = false;
+    double m_lastA = 0, m_lastB = 0;
+    Impedance m_lastLine;
+    std::optional<ResidualCompensation> m_value;
+};
+
+ImpedanceFault FaultOn(FaultLoop loop) {
+    ImpedanceFault f;
+    f.loop = loop;
+    return f;
+}
 
 py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form& k0, const std::string& model,
                          const Form& quantity, const Form& ks, const Form& relayK0, const Doubles& nominal,
@@ -126,23 +215,25 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
     const FaultLoop loop = ParseFaultLoop(loopName);
     if (model != "current" && model != "voltage" && model != "source" && model != "sir")
         throw Error("model: one of current, voltage, source or sir, got '" + model + "'");
-    const std::size_t n = CommonLength({{"z", Length(z)},
-                                        {"k0", Length(k0)},
-                                        {model.c_str(), Length(quantity)},
-                                        {"ks", Length(ks)},
-                                        {"relay_k0", Length(relayK0)},
-                                        {"nominal_voltage", static_cast<std::size_t>(nominal.size())},
-                                        {"umax", static_cast<std::size_t>(umax.size())},
-                                        {"imax", static_cast<std::size_t>(imax.size())}});
+    const std::size_t n = Points({{"z", z.a.size()},
+                                  {"z", z.b.size()},
+                                  {"k0", k0.a.size()},
+                                  {"k0", k0.b.size()},
+                                  {model.c_str(), quantity.a.size()},
+                                  {model.c_str(), quantity.b.size()},
+                                  {"ks", ks.a.size()},
+                                  {"ks", ks.b.size()},
+                                  {"relay_k0", relayK0.a.size()},
+                                  {"relay_k0", relayK0.b.size()},
+                                  {"nominal_voltage", nominal.size()},
+                                  {"umax", umax.size()},
+                                  {"imax", imax.size()}});
+    const auto size = static_cast<py::ssize_t>(n);
     PhaseArrays phases(n);
-    Complexes loops({n, kMeasuringLoops}), source(static_cast<py::ssize_t>(n));
-    Doubles testCurrent(static_cast<py::ssize_t>(n)), loopVoltage(static_cast<py::ssize_t>(n)),
-        preFault(static_cast<py::ssize_t>(n));
-    py::array_t<bool> feasible(static_cast<py::ssize_t>(n)), voltageExceeded(static_cast<py::ssize_t>(n)),
-        currentExceeded(static_cast<py::ssize_t>(n));
-    Doubles k0Magnitude(static_cast<py::ssize_t>(n)), k0Angle(static_cast<py::ssize_t>(n)),
-        rerl(static_cast<py::ssize_t>(n)), xexl(static_cast<py::ssize_t>(n)), z0z1Magnitude(static_cast<py::ssize_t>(n)),
-        z0z1Angle(static_cast<py::ssize_t>(n));
+    Complexes loops({n, kMeasuringLoops}), source(size);
+    Doubles testCurrent(size), loopVoltage(size), preFault(size), k0Magnitude(size), k0Angle(size), rerl(size),
+        xexl(size), z0z1Magnitude(size), z0z1Angle(size);
+    py::array_t<bool> feasible(size), voltageExceeded(size), currentExceeded(size);
     auto* ploops = loops.mutable_data();
     auto* psource = source.mutable_data();
     double *ptest = testCurrent.mutable_data(), *ploop = loopVoltage.mutable_data(), *ppre = preFault.mutable_data();
@@ -150,46 +241,48 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
          *pix = currentExceeded.mutable_data();
     double *pk0m = k0Magnitude.mutable_data(), *pk0a = k0Angle.mutable_data(), *prerl = rerl.mutable_data(),
            *pxexl = xexl.mutable_data(), *pzm = z0z1Magnitude.mutable_data(), *pza = z0z1Angle.mutable_data();
-    const double *pnominal = nominal.data(), *pumax = umax.data(), *pimax = imax.data();
+    const Column<double> za(z.a), zb(z.b), qa(quantity.a), qb(quantity.b), cnominal(nominal), cumax(umax), cimax(imax);
+    constexpr double kNoLimit = std::numeric_limits<double>::infinity();
     {
+        // The layer keeps no state of its own: the points run on every core.
         py::gil_scoped_release unlocked;
-        ImpedanceFault f;
-        f.loop = loop;
-        ForEachPoint(n, [&](std::size_t k) {
-            f.z = ImpedanceAt(z, k, "z");
-            f.k0 = K0At(k0, k, f.z, "k0").value_or(ResidualCompensation());
-            const double q = quantity.a.data()[k];
-            if (model == "current")
-                f.model = ConstantCurrent{q};
-            else if (model == "voltage")
-                f.model = ConstantVoltage{q};
-            else if (model == "sir")
-                f.model = SourceToLineRatio{q, K0At(ks, k, f.z, "ks")};
-            else
-                f.model = SourceImpedance{ImpedanceAt(quantity, k, "source"), K0At(ks, k, f.z, "ks")};
-            f.nominalVoltage = pnominal[k];
-            f.relayK0 = K0At(relayK0, k, f.z, "relay_k0");
-            f.limits.reset();
-            if (!std::isnan(pumax[k]) || !std::isnan(pimax[k]))
-                f.limits = DeviceLimits{std::isnan(pumax[k]) ? std::numeric_limits<double>::infinity() : pumax[k],
-                                        std::isnan(pimax[k]) ? std::numeric_limits<double>::infinity() : pimax[k]};
-            const ImpedanceFaultResult r = Calculate(f);
-            phases.Put(k, r.phases);
-            for (std::size_t l = 0; l < kMeasuringLoops; ++l)
-                ploops[kMeasuringLoops * k + l] = r.loops[l] ? r.loops[l]->Value() : std::complex<double>(kNone, kNone);
-            psource[k] = r.sourceImpedance.Value();
-            ptest[k] = r.testCurrent;
-            pfeasible[k] = r.feasible;
-            ploop[k] = r.loopVoltage;
-            ppre[k] = r.preFaultLoopVoltage;
-            pvx[k] = r.limits && r.limits->voltageExceeded;
-            pix[k] = r.limits && r.limits->currentExceeded;
-            pk0m[k] = r.k0.magnitude;
-            pk0a[k] = r.k0.angle;
-            prerl[k] = r.k0.rerl.value_or(kNone);
-            pxexl[k] = r.k0.xexl.value_or(kNone);
-            pzm[k] = r.k0.z0z1Magnitude;
-            pza[k] = r.k0.z0z1Angle;
+        ForEachPoint(n, std::thread::hardware_concurrency(), [&] {
+            return [&, f = FaultOn(loop), k0s = K0Column(k0, "k0"), kss = K0Column(ks, "ks"),
+                    relay = K0Column(relayK0, "relay_k0")](std::size_t k) mutable {
+                f.z = ImpedanceOf(z.form, za[k], zb[k], "z");
+                f.k0 = k0s(k, f.z).value_or(ResidualCompensation());
+                if (model == "current")
+                    f.model = ConstantCurrent{qa[k]};
+                else if (model == "voltage")
+                    f.model = ConstantVoltage{qa[k]};
+                else if (model == "sir")
+                    f.model = SourceToLineRatio{qa[k], kss(k, f.z)};
+                else
+                    f.model = SourceImpedance{ImpedanceOf(quantity.form, qa[k], qb[k], "source"), kss(k, f.z)};
+                f.nominalVoltage = cnominal[k];
+                f.relayK0 = relay(k, f.z);
+                const double umaxK = cumax[k], imaxK = cimax[k];
+                f.limits.reset();
+                if (!std::isnan(umaxK) || !std::isnan(imaxK))
+                    f.limits = DeviceLimits{std::isnan(umaxK) ? kNoLimit : umaxK, std::isnan(imaxK) ? kNoLimit : imaxK};
+                const ImpedanceFaultResult r = Calculate(f);
+                phases.Put(k, r.phases);
+                for (std::size_t l = 0; l < kMeasuringLoops; ++l)
+                    ploops[kMeasuringLoops * k + l] = r.loops[l] ? r.loops[l]->Value() : std::complex<double>(kNone, kNone);
+                psource[k] = r.sourceImpedance.Value();
+                ptest[k] = r.testCurrent;
+                pfeasible[k] = r.feasible;
+                ploop[k] = r.loopVoltage;
+                ppre[k] = r.preFaultLoopVoltage;
+                pvx[k] = r.limits && r.limits->voltageExceeded;
+                pix[k] = r.limits && r.limits->currentExceeded;
+                pk0m[k] = r.k0.magnitude;
+                pk0a[k] = r.k0.angle;
+                prerl[k] = r.k0.rerl.value_or(kNone);
+                pxexl[k] = r.k0.xexl.value_or(kNone);
+                pzm[k] = r.k0.z0z1Magnitude;
+                pza[k] = r.k0.z0z1Angle;
+            };
         });
     }
     py::dict out;
@@ -231,14 +324,13 @@ void BindFaults(py::module_& m) {
     m.def(
         "_k0_value",
         [](const std::string& form, double a, double b, double zr, double zx) {
-            const Form f{form, Doubles(1, &a), Doubles(1, &b)};
-            return K0At(f, 0, Impedance::RX(zr, zx), "k0").value_or(ResidualCompensation()).Value();
+            return K0Of(form, a, b, Impedance::RX(zr, zx), "k0").value_or(ResidualCompensation()).Value();
         },
         "k0 as a complex number from one of its forms; RE/RL and XE/XL need the line impedance R + jX");
     m.def(
         "_impedance_value",
         [](const std::string& form, double a, double b) {
-            return ImpedanceAt({form, Doubles(1, &a), Doubles(1, &b)}, 0, "z").Value();
+            return ImpedanceOf(form, a, b, "z").Value();
         },
         "An impedance as a complex number from (magnitude, degrees) or R and X");
     m.def(
