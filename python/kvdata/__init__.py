@@ -11,9 +11,24 @@ carry the broadcast shape, with a last axis of 3 for the phases A, B, C.
 ``kvdata.core`` is the legacy interface with its names kept.
 """
 
-from . import _kvdata
-from ._faults import FaultResult, ImpedanceResult, fault, fault_type, impedance, k0_forms
+from . import _kvdata, plot
+from ._faults import LOOPS, FaultResult, ImpedanceResult, fault, fault_type, fault_type_name, impedance, k0_forms
+from ._kvdata import line_values, report, symmetrical
 
 core = _kvdata.core
 
-__all__ = ["FaultResult", "ImpedanceResult", "core", "fault", "fault_type", "impedance", "k0_forms"]
+__all__ = [
+    "LOOPS",
+    "FaultResult",
+    "ImpedanceResult",
+    "core",
+    "fault",
+    "fault_type",
+    "fault_type_name",
+    "impedance",
+    "k0_forms",
+    "plot",
+    "line_values",
+    "report",
+    "symmetrical",
+]

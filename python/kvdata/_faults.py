@@ -3,16 +3,19 @@
 from __future__ import annotations
 
 import math
-from typing import Any, Dict, Optional, Tuple, Union
+from typing import Any, Dict, List, Optional, Tuple, Union
 
 import numpy as np
 
-from . import _kvdata
+from . import _display, _kvdata
 
 #: The six measuring loops, in the order of the apparent impedances.
 LOOPS = ("AN", "BN", "CN", "AB", "BC", "CA")
 
 ArrayLike = Union[float, int, complex, np.ndarray, list]
+
+#: The catalogue's result codes.
+RESULTS = {0: "done", 1: "voltage limited", 2: "current above its limit", 3: "not handled"}
 
 
 def fault_type(name_or_code: Union[str, int]) -> int:
@@ -39,15 +42,6 @@ def _scalar(array: np.ndarray, shape: Tuple[int, ...]):
     return shaped.item() if shaped.ndim == 0 else shaped
 
 
-def _phase_table(voltages: np.ndarray, currents: np.ndarray) -> str:
-    rows = ["        magnitude   angle, deg"]
-    for name, values in (("U", voltages), ("I", currents)):
-        for phase, value in zip("ABC", values):
-            angle = math.degrees(math.atan2(value.imag, value.real)) % 360.0 if abs(value) > 0 else 0.0
-            rows.append(f"{name}{phase:<6}{abs(value):>10.3f}{angle:>13.2f}")
-    return "\n".join(rows)
-
-
 class FaultResult:
     """A catalogue fault's phasors.
 
@@ -62,10 +56,16 @@ class FaultResult:
         self.result = _scalar(computed["result"], shape)
         self.shape = shape
 
+    def _title(self) -> str:
+        return f"{fault_type_name(self.type)}: result {self.result} ({RESULTS.get(self.result, '?')})"
+
     def __repr__(self) -> str:
         if self.shape:
             return f"<FaultResult {fault_type_name(self.type)} of shape {self.shape}>"
-        return f"{fault_type_name(self.type)}: result {self.result}\n" + _phase_table(self.voltages, self.currents)
+        return self._title() + "\n" + _display.text_table(self.voltages, self.currents)
+
+    def _repr_html_(self) -> Optional[str]:
+        return None if self.shape else _display.html_table(self._title(), self.voltages, self.currents)
 
 
 def fault(
@@ -158,13 +158,26 @@ class ImpedanceResult:
         self.voltage_exceeded = _scalar(computed["voltage_exceeded"], shape) if limits else None
         self.current_exceeded = _scalar(computed["current_exceeded"], shape) if limits else None
 
+    def _title(self) -> str:
+        return (f"{self.loop} fault, test current {self.test_current:.3f} A"
+                f"{'' if self.feasible else ' (not feasible: the loop voltage exceeds its pre-fault value)'}")
+
+    def _loop_texts(self) -> List[Tuple[str, str]]:
+        out = []
+        for name, z in self.loops.items():
+            out.append((f"Z {name}", "no current" if z is None else f"{z.real:.4f} {z.imag:+.4f}j ohm"))
+        return out
+
     def __repr__(self) -> str:
         if self.shape:
             return f"<ImpedanceResult {self.loop} of shape {self.shape}>"
-        loops = ", ".join(f"{k} {'-' if z is None else f'{abs(z):.3f}'}" for k, z in self.loops.items())
-        return (f"{self.loop} fault, test current {self.test_current:.3f} A"
-                f"{'' if self.feasible else ' (not feasible)'}\n{_phase_table(self.voltages, self.currents)}\n"
-                f"|Z| of the loops, ohm: {loops}")
+        loops = "\n".join(f"{name:<5}{text}" for name, text in self._loop_texts())
+        return f"{self._title()}\n{_display.text_table(self.voltages, self.currents)}\n{loops}"
+
+    def _repr_html_(self) -> Optional[str]:
+        if self.shape:
+            return None
+        return _display.html_table(self._title(), self.voltages, self.currents, self._loop_texts())
 
 
 def impedance(

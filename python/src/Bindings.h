@@ -26,6 +26,7 @@ std::size_t CommonLength(std::initializer_list<std::pair<const char*, std::size_
 
 void BindCore(py::module_& core);
 void BindFaults(py::module_& module);
+void BindPhasors(py::module_& module);
 void BindRecords(py::module_& module);
 
 }  // namespace kvpy

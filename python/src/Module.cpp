@@ -36,5 +36,6 @@ PYBIND11_MODULE(_kvdata, m) {
     kvpy::py::module_ core = m.def_submodule("core", "The legacy interface, its names kept");
     kvpy::BindCore(core);
     kvpy::BindFaults(m);
+    kvpy::BindPhasors(m);
     kvpy::BindRecords(m);
 }
