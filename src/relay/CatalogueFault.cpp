@@ -1,5 +1,6 @@
 #include "Kv_Relay/CatalogueFault.h"
 
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -29,6 +30,17 @@ std::string Folded(std::string_view text) {
     return name.rfind("fault", 0) == 0 ? name : "fault" + name;
 }
 
+// Whether a code names a fault type: looked up once, for naming a code costs a string
+// and touches the core's A1 flag.
+bool InCatalogue(int code) {
+    static const auto known = [] {
+        std::array<bool, kLastCode + 1> names{};
+        for (int k = 0; k <= kLastCode; ++k) names[static_cast<std::size_t>(k)] = !NameOf(k).empty();
+        return names;
+    }();
+    return code >= 0 && code <= kLastCode && known[static_cast<std::size_t>(code)];
+}
+
 void RequireFinite(double value, const char* field) {
     if (!std::isfinite(value)) Fail(field, "must be a finite number", value);
 }
@@ -41,7 +53,7 @@ int FaultTypeCode(std::string_view text) {
     int code = -1;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code);
     if (!text.empty() && error == std::errc() && end == text.data() + text.size()) {
-        if (FaultTypeName(code).empty())
+        if (!InCatalogue(code))
             throw Error("type: fault type " + std::string(text) + " is not in the catalogue");
         return code;
     }
@@ -56,7 +68,7 @@ int FaultTypeCode(std::string_view text) {
 }
 
 CatalogueResult Synthesise(const CatalogueFault& f) {
-    if (FaultTypeName(f.type).empty()) Fail("type", "must be a code of the catalogue", f.type);
+    if (!InCatalogue(f.type)) Fail("type", "must be a code of the catalogue", f.type);
     RequireFinite(f.u, "u");
     RequireFinite(f.i, "i");
     RequireFinite(f.phi, "phi");
