@@ -155,9 +155,20 @@ struct Form {
     Doubles a, b;
 };
 
-Impedance ImpedanceOf(const std::string& form, double a, double b, const char* what) {
-    if (form == "polar") return Impedance(CheckedPolar(a, b, what));
-    if (form == "rx") {
+enum class Shape { None, Polar, RX, RERL, Z0Z1 };
+
+Shape ShapeOf(const std::string& form, const char* what) {
+    if (form.empty()) return Shape::None;
+    if (form == "polar") return Shape::Polar;
+    if (form == "rx") return Shape::RX;
+    if (form == "rerl") return Shape::RERL;
+    if (form == "z0z1") return Shape::Z0Z1;
+    throw Error(std::string(what) + ": unknown form '" + form + "'");
+}
+
+Impedance ImpedanceOf(Shape form, double a, double b, const char* what) {
+    if (form == Shape::Polar) return Impedance(CheckedPolar(a, b, what));
+    if (form == Shape::RX) {
         if (!std::isfinite(a)) Fail(std::string(what) + ".r", "must be a finite number", a);
         if (!std::isfinite(b)) Fail(std::string(what) + ".x", "must be a finite number", b);
         return Impedance::RX(a, b);
@@ -165,14 +176,15 @@ Impedance ImpedanceOf(const std::string& form, double a, double b, const char* w
     throw Error(std::string(what) + ": give it as (magnitude, angle) or as R and X");
 }
 
-std::optional<ResidualCompensation> K0Of(const std::string& form, double a, double b, Impedance line,
-                                         const char* what) {
-    if (form.empty()) return std::nullopt;
-    if (form == "polar") return ResidualCompensation(CheckedPolar(a, b, what));
-    if (form == "rx") return ResidualCompensation(ImpedanceOf("rx", a, b, what).Value());
-    if (form == "rerl") return ResidualCompensation::FromRERLXEXL(a, b, line);
-    if (form == "z0z1") return ResidualCompensation::FromZ0Z1(a, b);
-    throw Error(std::string(what) + ": unknown form '" + form + "'");
+std::optional<ResidualCompensation> K0Of(Shape form, double a, double b, Impedance line, const char* what) {
+    switch (form) {
+        case Shape::None: return std::nullopt;
+        case Shape::Polar: return ResidualCompensation(CheckedPolar(a, b, what));
+        case Shape::RX: return ResidualCompensation(ImpedanceOf(Shape::RX, a, b, what).Value());
+        case Shape::RERL: return ResidualCompensation::FromRERLXEXL(a, b, line);
+        case Shape::Z0Z1: return ResidualCompensation::FromZ0Z1(a, b);
+    }
+    return std::nullopt;
 }
 
 // A k0 input over the points; worked out again only where its numbers (or, for RE/RL and
@@ -180,10 +192,10 @@ std::optional<ResidualCompensation> K0Of(const std::string& form, double a, doub
 // forms and a sweep of Z should not pay for them at every point.
 class K0Column {
 public:
-    K0Column(const Form& f, const char* what) : m_form(f.form), m_a(f.a), m_b(f.b), m_what(what) {}
+    K0Column(const Form& f, const char* what) : m_form(ShapeOf(f.form, what)), m_a(f.a), m_b(f.b), m_what(what) {}
     std::optional<ResidualCompensation> operator()(std::size_t k, Impedance line) {
         const double a = m_a[k], b = m_b[k];
-        if (!m_valid || a != m_lastA || b != m_lastB || (m_form == "rerl" && line != m_lastLine)) {
+        if (!m_valid || a != m_lastA || b != m_lastB || (m_form == Shape::RERL && line != m_lastLine)) {
             m_value = K0Of(m_form, a, b, line, m_what);
             m_valid = true;
             m_lastA = a;
@@ -194,7 +206,7 @@ public:
     }
 
 private:
-    std::string m_form;
+    Shape m_form;
     Column<double> m_a, m_b;
     const char* m_what;
     bool m_valid = false;
@@ -213,8 +225,13 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
                          const Form& quantity, const Form& ks, const Form& relayK0, const Doubles& nominal,
                          const Doubles& umax, const Doubles& imax) {
     const FaultLoop loop = ParseFaultLoop(loopName);
-    if (model != "current" && model != "voltage" && model != "source" && model != "sir")
-        throw Error("model: one of current, voltage, source or sir, got '" + model + "'");
+    enum class Model { Current, Voltage, Source, SIR };
+    const Model kind = model == "current" ? Model::Current
+                       : model == "voltage" ? Model::Voltage
+                       : model == "source" ? Model::Source
+                       : model == "sir" ? Model::SIR
+                                        : throw Error("model: one of current, voltage, source or sir, got '" + model + "'");
+    const Shape zShape = ShapeOf(z.form, "z"), sourceShape = ShapeOf(quantity.form, "source");
     const std::size_t n = Points({{"z", z.a.size()},
                                   {"z", z.b.size()},
                                   {"k0", k0.a.size()},
@@ -249,16 +266,16 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
         ForEachPoint(n, std::thread::hardware_concurrency(), [&] {
             return [&, f = FaultOn(loop), k0s = K0Column(k0, "k0"), kss = K0Column(ks, "ks"),
                     relay = K0Column(relayK0, "relay_k0")](std::size_t k) mutable {
-                f.z = ImpedanceOf(z.form, za[k], zb[k], "z");
+                f.z = ImpedanceOf(zShape, za[k], zb[k], "z");
                 f.k0 = k0s(k, f.z).value_or(ResidualCompensation());
-                if (model == "current")
-                    f.model = ConstantCurrent{qa[k]};
-                else if (model == "voltage")
-                    f.model = ConstantVoltage{qa[k]};
-                else if (model == "sir")
-                    f.model = SourceToLineRatio{qa[k], kss(k, f.z)};
-                else
-                    f.model = SourceImpedance{ImpedanceOf(quantity.form, qa[k], qb[k], "source"), kss(k, f.z)};
+                switch (kind) {
+                    case Model::Current: f.model = ConstantCurrent{qa[k]}; break;
+                    case Model::Voltage: f.model = ConstantVoltage{qa[k]}; break;
+                    case Model::SIR: f.model = SourceToLineRatio{qa[k], kss(k, f.z)}; break;
+                    case Model::Source:
+                        f.model = SourceImpedance{ImpedanceOf(sourceShape, qa[k], qb[k], "source"), kss(k, f.z)};
+                        break;
+                }
                 f.nominalVoltage = cnominal[k];
                 f.relayK0 = relay(k, f.z);
                 const double umaxK = cumax[k], imaxK = cimax[k];
@@ -324,13 +341,13 @@ void BindFaults(py::module_& m) {
     m.def(
         "_k0_value",
         [](const std::string& form, double a, double b, double zr, double zx) {
-            return K0Of(form, a, b, Impedance::RX(zr, zx), "k0").value_or(ResidualCompensation()).Value();
+            return K0Of(ShapeOf(form, "k0"), a, b, Impedance::RX(zr, zx), "k0").value_or(ResidualCompensation()).Value();
         },
         "k0 as a complex number from one of its forms; RE/RL and XE/XL need the line impedance R + jX");
     m.def(
         "_impedance_value",
         [](const std::string& form, double a, double b) {
-            return ImpedanceOf(form, a, b, "z").Value();
+            return ImpedanceOf(ShapeOf(form, "z"), a, b, "z").Value();
         },
         "An impedance as a complex number from (magnitude, degrees) or R and X");
     m.def(
