@@ -13,7 +13,10 @@ carry the broadcast shape, with a last axis of 3 for the phases A, B, C.
 
 from . import _kvdata
 from ._faults import FaultResult, ImpedanceResult, fault, fault_type, impedance, k0_forms
+from . import comtrade
+from ._records import Assessment, AssessmentResult, Record, Sequence, State, Waveforms, assess
 
 core = _kvdata.core
 
-__all__ = ["FaultResult", "ImpedanceResult", "core", "fault", "fault_type", "impedance", "k0_forms"]
+__all__ = ["FaultResult", "ImpedanceResult", "core", "fault", "fault_type", "impedance", "k0_forms",
+           "Assessment", "AssessmentResult", "Record", "Sequence", "State", "Waveforms", "assess", "comtrade"]
