@@ -140,3 +140,59 @@ def test_errors_carry_the_layers_message(tmp_path):
         comtrade.read(cfg, values="tertiary")
     with pytest.raises(ValueError, match="no channel 'TRIP'"):
         comtrade.read(cfg).first_rising_edge("TRIP")
+
+
+@pytest.mark.parametrize("name", ["catalogue-fault", "dc-offset", "distance-zone1", "frequency-step"])
+def test_example_sequences_play_and_read_back(tmp_path, name):
+    q = kvdata.Sequence.load(EXAMPLES / f"{name}.json")
+    waveforms = q.waveforms()
+    assert waveforms.samples == round(sum(s.duration for s in q.states) * q.rate)
+    (cff,) = q.write_comtrade(tmp_path / name, format="BINARY32", single_file=True)
+    record = comtrade.read(cff)
+    assert list(record.digital) == q.digital_names
+    assert record.trigger_offset == pytest.approx(q.trigger_time)
+    np.testing.assert_allclose(record.values, waveforms.values, atol=max(c.a for c in record.analog_channels))
+    np.testing.assert_array_equal(record.states, np.stack([waveforms.digital[n] for n in q.digital_names]))
+
+
+def test_sequence_in_code_plays_as_its_file():
+    from_file = kvdata.Sequence.load(EXAMPLES / "distance-zone1.json")
+    z = 4 * np.exp(1j * np.radians(75))  # the file's [4, 75] as R + jX
+    q = kvdata.Sequence(station="Substation 1", start="2026-11-23T10:00:00.000000")
+    q.add_state("prefault", 0.5)
+    q.add_state("fault", 0.2, trigger=True, impedance={"loop": "AN", "z": z, "k0": (0.8, -5), "current": np.float64(5)})
+    q.add_state("postfault", 0.3)
+    q.assess("zone 1 trips", "TRIP", "fault", 0.03, absolute=0.01, relative=0.05)
+    for mine, theirs in zip(q.states, from_file.states):
+        np.testing.assert_allclose(mine.phasors, theirs.phasors, rtol=1e-12, atol=1e-12)
+    assert q.start == from_file.start and q.assessments[0] == from_file.assessments[0]
+    assert kvdata.Sequence.parse(q.to_json()).states[1].phasors == pytest.approx(q.states[1].phasors)
+
+
+def test_missing_values_and_ratios(tmp_path):
+    cfg, dat = zone1().write_comtrade(tmp_path / "zone1", format="ASCII")
+    lines = Path(dat).read_text().splitlines()
+    fields = lines[500].split(",")
+    fields[2] = "99999"  # UA of sample 501, within the fault's first cycles
+    lines[500] = ",".join(fields)
+    data = ("\r\n".join(lines) + "\r\n").encode()
+    configuration = Path(cfg).read_bytes()
+    record = comtrade.from_bytes(configuration, data)
+    assert np.isnan(record.analog["UA"][500]) and np.isfinite(record.analog["UB"][500])
+    at = record.phasors_at(record.times[510], from_trigger=False)
+    assert at.channels["UA"] is None and at.channels["UB"] is not None
+    assert at.components[0] is None and at.components[1] is not None
+    cycles = record.phasors_every_cycle()
+    k = int(np.searchsorted(cycles.times, record.times[500]))
+    assert np.isnan(cycles["UA"][k]) and not np.isnan(cycles["UA"][k + 1])
+    assert np.isnan(cycles.components[k, 0]).all() and not np.isnan(cycles.components[k, 1]).any()
+
+    # UA's transformer ratio 100:1, its values secondary as recorded.
+    ua = configuration.split(b"\r\n")[2]
+    assert ua.startswith(b"1,UA,") and ua.endswith(b",1,1,S")
+    scaled = configuration.replace(ua, ua[:-len(b",1,1,S")] + b",100,1,S")
+    recorded = comtrade.read(cfg).analog["UA"]
+    primary = comtrade.from_bytes(scaled, Path(dat).read_bytes(), values="primary")
+    assert primary.analog_channels[0].primary == 100
+    np.testing.assert_allclose(primary.analog["UA"], 100 * recorded)
+    np.testing.assert_array_equal(primary.analog["UB"], comtrade.read(cfg).analog["UB"])
