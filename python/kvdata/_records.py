@@ -349,7 +349,7 @@ class Sequence:
         """The waveforms at the sequence's rate, or at `rate` (samples per second)."""
         return Waveforms(_kvdata._Waveforms(self._sequence, 0.0 if rate is None else float(rate)))
 
-    def write_comtrade(self, stem: PathLike, format: str = "BINARY", revision: int = 2013,
+    def write_comtrade(self, stem: PathLike, format: str = "ASCII", revision: int = 2013,
                        single_file: bool = False, rate: Optional[Number] = None) -> List[str]:
         """Writes the waveforms as a COMTRADE record; see :meth:`Waveforms.write_comtrade`."""
         return self.waveforms(rate).write_comtrade(stem, format=format, revision=revision, single_file=single_file)
@@ -408,7 +408,7 @@ class Waveforms:
         self.analog = _Views(CHANNELS, lambda c: self.values[c])
         self.digital = _Views(handle.digital_names, handle.digital)
 
-    def write_comtrade(self, stem: PathLike, format: str = "BINARY", revision: int = 2013,
+    def write_comtrade(self, stem: PathLike, format: str = "ASCII", revision: int = 2013,
                        single_file: bool = False) -> List[str]:
         """Writes `stem`.cfg and `stem`.dat, or `stem`.cff (single_file, revision 2013 only),
         in format ASCII, BINARY, BINARY32 or FLOAT32; returns the paths written."""
