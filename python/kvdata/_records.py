@@ -54,7 +54,7 @@ def _polar_table(rows: Seq[Tuple[str, Optional[complex]]], unit: Callable[[str],
         if value is None or np.isnan(value):
             lines.append(f"{name:<8}{'-':>11}")
             continue
-        magnitude, angle = _kvdata._polar(complex(value))
+        magnitude, angle = _kvdata._reported_polar(complex(value))
         lines.append(f"{name:<8}{magnitude:>11.4f}{angle:>13.3f} {unit(name)}".rstrip())
     return "\n".join(lines)
 
@@ -461,9 +461,9 @@ class Components:
     """Symmetrical components of a phase group (complex RMS; zero is X0, not 3·X0)."""
 
     group: PhaseGroup
-    zero: complex
     positive: complex
     negative: complex
+    zero: complex
 
 
 class PhasorsAtTime:
@@ -485,16 +485,16 @@ class PhasorsAtTime:
         rows = list(self.channels.items())
         units = [c.group.unit for c in self.components if c is not None]
         for k, c in enumerate(self.components):
-            if c is not None:  # V0, V1, V2 for zero, positive and negative sequence
+            if c is not None:  # V1, V2, V0 for positive, negative and zero sequence
                 tag = c.group.unit + ("" if units.count(c.group.unit) == 1 else f"#{k}:")
-                rows += [(f"{tag}0", c.zero), (f"{tag}1", c.positive), (f"{tag}2", c.negative)]
+                rows += [(f"{tag}1", c.positive), (f"{tag}2", c.negative), (f"{tag}0", c.zero)]
         return f"Phasors at {self.time:.6f} s\n" + _polar_table(rows)
 
 
 class CyclePhasors:
     """Phasors from samples at the end of every whole cycle: ``times`` (K,), ``channels``
     (K, C) complex with NaN where there is no value, ``names`` the C analog channels;
-    ``components`` (K, G, 3): for each phase group (``groups``) zero, positive and negative
+    ``components`` (K, G, 3): for each phase group (``groups``) positive, negative and zero
     sequence."""
 
     def __init__(self, record: "Record", computed: Dict[str, np.ndarray]):

@@ -144,9 +144,9 @@ class PhaseGroup:
 
 class Components:
     group: PhaseGroup
-    zero: complex
     positive: complex
     negative: complex
+    zero: complex
 
 class PhasorsAtTime:
     time: float

@@ -63,13 +63,14 @@ def waveforms(record: Any, channels: Optional[Sequence[str]] = None, digital: bo
               markers: Mapping[str, float] = None, fig: Any = None) -> Any:
     """Waveforms of a record or of a sequence's waveforms: voltages and currents on axes of
     their own, the digital channels underneath; `markers` name times to mark (seconds on
-    the record's time axis). `record` needs `times`, `analog` (name → samples) and
-    optionally `digital` (name → 0/1) and `units` (name → unit). Returns the figure."""
+    the record's time axis; a record's trigger is marked unless markers are given).
+    `record` is a :class:`Record`, a :class:`Waveforms` or anything with `times`, `analog`
+    (name → samples) and optionally `digital` (name → 0/1). Returns the figure."""
     import matplotlib.pyplot as plt
 
     analog: Mapping[str, np.ndarray] = record.analog
     names = list(channels) if channels is not None else list(analog)
-    units = getattr(record, "units", {}) or {}
+    units = {c.name: c.unit for c in getattr(record, "analog_channels", [])}
     groups: dict = {}
     for name in names:
         groups.setdefault(units.get(name, name[:1]), []).append(name)
@@ -91,6 +92,8 @@ def waveforms(record: Any, channels: Optional[Sequence[str]] = None, digital: bo
         for row, (name, values) in enumerate(states.items()):
             ax.step(times, row * 1.5 + np.asarray(values) * 1.0, where="post", lw=1)
         ax.set_yticks([row * 1.5 + 0.5 for row in range(len(states))], list(states))
+    if markers is None and hasattr(record, "trigger_offset"):
+        markers = {"trigger": record.trigger_offset}
     for label, t in (markers or {}).items():
         for ax in axes:
             ax.axvline(t, color="#777", ls="--", lw=0.8)

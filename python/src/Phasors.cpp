@@ -50,6 +50,13 @@ void BindPhasors(py::module_& module) {
         "line_values", [](const Complexes& phases) { return Transformed(phases, &LineValues); }, py::arg("phases"),
         "Line values of three-phase sets (last axis A, B, C): AB, BC, CA on the last axis.");
     module.def(
+        "_reported_polar",
+        [](std::complex<double> value) {
+            const Phasor p(value);
+            return py::make_tuple(p.Magnitude(), p.Angle());
+        },
+        "The magnitude and the angle in degrees [0, 360) of one phasor; a zero phasor has angle 0.");
+    module.def(
         "report",
         [](const Complexes& sets) {
             Doubles magnitudes(ShapeOf(sets)), angles(ShapeOf(sets));

@@ -250,10 +250,10 @@ std::span<const std::uint8_t> Bytes(const std::string& bytes) {
     return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
 }
 
-// Zero, positive and negative sequence, the order of their indices 0, 1, 2.
+// Positive, negative and zero sequence, in the layer's order.
 py::object Components(const std::optional<SequenceComponents>& s) {
     if (!s) return py::none();
-    return py::make_tuple(s->zero.Value(), s->positive.Value(), s->negative.Value());
+    return py::make_tuple(s->positive.Value(), s->negative.Value(), s->zero.Value());
 }
 
 py::dict PhasorsAtTimeDict(const PhasorsAtTime& p) {
@@ -286,9 +286,9 @@ py::dict EveryCycle(const ct::Record& r) {
         for (std::size_t g = 0; g < groups; ++g) {
             const auto& set = cycles[i].groups[g];
             auto* out = s + 3 * (i * groups + g);
-            out[0] = set ? set->zero.Value() : kNoValue;
-            out[1] = set ? set->positive.Value() : kNoValue;
-            out[2] = set ? set->negative.Value() : kNoValue;
+            out[0] = set ? set->positive.Value() : kNoValue;
+            out[1] = set ? set->negative.Value() : kNoValue;
+            out[2] = set ? set->zero.Value() : kNoValue;
         }
     }
     py::dict out;
