@@ -38,7 +38,7 @@ char OneChar(const CString& s, const char* name) {
     return s.GetAt(0);
 }
 
-// count samples of x for the spectrum functions, which read n of them.
+// The samples of x for the spectrum functions, which read the first n of them.
 const double* Samples(const Doubles& x, int n) {
     if (x.ndim() != 1) throw py::value_error("x: a 1-D array of samples is needed");
     if (n > 0 && x.size() < n)
