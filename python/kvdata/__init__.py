@@ -13,12 +13,16 @@ carry the broadcast shape, with a last axis of 3 for the phases A, B, C.
 ``kvdata.core`` is the legacy interface with its names kept.
 """
 
+import sys as _sys
+
 from . import _kvdata, comtrade, plot
 from ._faults import LOOPS, FaultResult, ImpedanceResult, fault, fault_type, fault_type_name, impedance, k0_forms
 from ._kvdata import line_values, report, symmetrical
 from ._records import Assessment, AssessmentResult, Record, Sequence, State, Waveforms, assess
 
 core = _kvdata.core
+# `import kvdata.core` and `from kvdata.core import SetUIFaza` work as for a module of its own.
+_sys.modules[__name__ + ".core"] = core
 
 __all__ = [
     "LOOPS",

@@ -66,7 +66,7 @@ void DefBlock(py::class_<CValueIU>& cls, const char* name, double (CValueIU::*bl
         doc);
 }
 
-void BindPhasors(py::module_& core) {
+void BindComplexes(py::module_& core) {
     py::class_<kv::FComplex>(core, "FComplex", "Complex number in single precision")
         .def(py::init<>())
         .def(py::init<float, float>(), py::arg("re"), py::arg("im"))
@@ -545,7 +545,7 @@ void BindCore(py::module_& core) {
             PyErr_SetString(PyExc_MemoryError, e.what());
         }
     });
-    BindPhasors(core);
+    BindComplexes(core);
     BindThreePhase(core);
     BindFault(core);
     BindCatalogue(core);
