@@ -31,8 +31,9 @@ class RowBuffer {
     struct Memo;
 
 public:
-    // Blocks of `size` characters; large ones for a sweep's hundreds of megabytes.
-    explicit RowBuffer(std::FILE* out, std::size_t size = std::size_t{1} << 20)
+    // Blocks of `size` characters. 256 KiB stay in the processor's cache for the kernel's
+    // copy: blocks of 1 MiB cost a sweep of 1.7 GB two seconds more of system time.
+    explicit RowBuffer(std::FILE* out, std::size_t size = std::size_t{1} << 18)
         : m_out(out),
           m_size(std::max(size, 2 * kShortestRoom)),
           m_buffer(std::make_unique_for_overwrite<char[]>(m_size)) {
