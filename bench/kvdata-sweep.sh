@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # End-to-end speed of kvdata's main job: a sweep of ROWS fault points written as CSV and
 # as JSON lines, in rows per second, beside what the computation alone costs per row
-# (the synthesis and the two transforms, from kv_bench).
+# (the synthesis and the two transforms, from kv_bench). Wall-clock time follows the load
+# of a shared machine and the kernel's work on the file; the CPU time beside it is steadier.
 #   bench/kvdata-sweep.sh [BUILD_DIR] [ROWS]      (defaults: build, 1000000)
 set -euo pipefail
 build=${1:-build}
@@ -14,17 +15,16 @@ bench=$build/bench/kv_bench
 last=$(awk -v n="$rows" 'BEGIN { printf "%.4f", (n - 1) * 0.0001 }')
 sweep=(fault FaultAB --u "0:$last:0.0001" --max-rows "$rows")
 out=$(mktemp)
-trap 'rm -f "$out"' EXIT
+times=$(mktemp)
+trap 'rm -f "$out" "$times"' EXIT
 
 run() {  # label, extra arguments
-    local start end seconds bytes
-    start=$(date +%s.%N)
-    taskset -c 0 "$kvdata" "${sweep[@]}" "${@:2}" >"$out"
-    end=$(date +%s.%N)
-    seconds=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.3f", b - a }')
+    local seconds user system bytes
+    /usr/bin/time -f "%e %U %S" -o "$times" taskset -c 0 "$kvdata" "${sweep[@]}" "${@:2}" >"$out"
+    read -r seconds user system <"$times"
     bytes=$(stat -c %s "$out")
-    awk -v l="$1" -v s="$seconds" -v n="$rows" -v b="$bytes" \
-        'BEGIN { printf "%-12s %8.3f s  %10.0f rows/s  %6.0f bytes/row\n", l, s, n / s, b / n }'
+    awk -v l="$1" -v s="$seconds" -v u="$user" -v k="$system" -v n="$rows" -v b="$bytes" \
+        'BEGIN { printf "%-12s %8.3f s  %10.0f rows/s  %6.0f bytes/row  CPU %.2f s user + %.2f s system\n", l, s, n / s, b / n, u, k }'
 }
 
 echo "kvdata ${sweep[*]}"

@@ -104,17 +104,22 @@ std::size_t Range::Count() const {
 }
 
 std::vector<double> Range::Points() const {
-    if (!IsSweep()) return {start};
-    const std::size_t count = Count();
-    const double scale = decimals >= 0 && decimals <= 15 ? std::pow(10.0, decimals) : 0;
-    std::vector<double> points;
-    points.reserve(count);
-    for (std::size_t k = 0; k < count; ++k) {
-        const double value = start + static_cast<double>(k) * step;
-        // n / 10^d is the double nearest the decimal n·10^-d: the grid value as written.
-        points.push_back(scale != 0 ? std::round(value * scale) / scale : value);
-    }
+    const Grid grid(*this);
+    std::vector<double> points(grid.Count());
+    for (std::size_t k = 0; k < points.size(); ++k) points[k] = grid[k];
     return points;
+}
+
+Grid::Grid(const Range& range)
+    : m_range(range),
+      m_count(range.Count()),
+      m_scale(range.decimals >= 0 && range.decimals <= 15 ? std::pow(10.0, range.decimals) : 0) {}
+
+double Grid::operator[](std::size_t k) const {
+    if (!m_range.IsSweep()) return m_range.start;
+    const double value = m_range.start + static_cast<double>(k) * m_range.step;
+    // n / 10^d is the double nearest the decimal n·10^-d: the grid value as written.
+    return m_scale != 0 ? std::round(value * m_scale) / m_scale : value;
 }
 
 Range ParseRange(std::string_view text, std::string_view what) {
@@ -245,11 +250,9 @@ std::string FixedAngle(double magnitude, double angle, int magnitudeDecimals, in
     return text;
 }
 
-char* AppendShortest(char* at, double value) { return WriteShortest(at, value); }
-
 std::string Shortest(double value) {
-    char text[32];
-    return std::string(text, AppendShortest(text, value));
+    char text[kShortestRoom];
+    return std::string(text, WriteShortest(text, value));
 }
 
 std::string Number(double value) {

@@ -44,6 +44,20 @@ struct Range {
     std::size_t Count() const;
     std::vector<double> Points() const;
 };
+
+// The points of a range one at a time, each the very double of Points(): a sweep of
+// millions of points need not hold them all.
+class Grid {
+public:
+    explicit Grid(const Range& range);
+    std::size_t Count() const { return m_count; }
+    double operator[](std::size_t k) const;
+
+private:
+    Range m_range;
+    std::size_t m_count;
+    double m_scale;  // 10^decimals; 0 leaves the points unrounded
+};
 Range ParseRange(std::string_view text, std::string_view what);
 // Error when the product of the counts exceeds `maxRows` (the --max-rows option).
 void CheckRowCount(double rows, std::size_t maxRows);
@@ -109,8 +123,6 @@ std::string FixedAngle(double magnitude, double angle, int magnitudeDecimals, in
 std::string Number(double value);
 // The shortest text that reads back as the same double.
 std::string Shortest(double value);
-// Appends it without allocating; `at` has room for 32 characters.
-char* AppendShortest(char* at, double value);
 
 Json PhasorJson(double magnitude, double angle);
 

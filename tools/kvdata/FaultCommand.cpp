@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <memory>
 
@@ -82,124 +83,272 @@ int Synthesise(int code, Synthesis synthesis, const FaultOptions& o, double U, d
     return 3;
 }
 
+// Without branches: a sweep checks every value of every row.
 bool AllFinite(const kv::CValueIU& v) {
+    unsigned finite = 1;
     for (int k = 0; k < 3; ++k)
-        if (!std::isfinite(v.dU[k]) || !std::isfinite(v.dFiU[k]) || !std::isfinite(v.dI[k]) ||
-            !std::isfinite(v.dFiI[k]))
-            return false;
-    return true;
+        finite &= static_cast<unsigned>(std::isfinite(v.dU[k])) & static_cast<unsigned>(std::isfinite(v.dFiU[k])) &
+                  static_cast<unsigned>(std::isfinite(v.dI[k])) & static_cast<unsigned>(std::isfinite(v.dFiI[k]));
+    return finite != 0;
 }
 
-FaultPoint Compute(int code, Synthesis synthesis, const FaultOptions& o, double U, double I, double phi) {
-    FaultPoint p{U, I, phi, 0, {}, {}, 0, {}, 0, {}};
+// The transforms of a group (the currents or the voltages) depend on that group alone,
+// and a sweep along one input leaves whole groups as they were (a sweep of U the
+// currents): a group equal to the one of the row before keeps its transformed values and
+// the library transforms the others. A group outside the mask is checked as it stands, so
+// with the kept values in its place the library's verdicts are those of a full transform.
+class Transforms {
+public:
+    void Apply(unsigned short mask, FaultPoint& p) {
+        p.sequence = p.phases;
+        p.line = p.phases;
+        unsigned short changed = 0;
+        for (unsigned g = 0; g < 2; ++g) {
+            if ((mask & Bit(g)) == 0) continue;
+            Kept& k = m_kept[g];
+            if (k.valid && Same(Take(p.phases, g), k.phases)) {
+                Put(k.sequence, p.sequence, g);
+                Put(k.line, p.line, g);
+            } else {
+                changed = static_cast<unsigned short>(changed | Bit(g));
+            }
+        }
+        p.sequenceWithinLimits = kv::FazToSim(p.sequence, changed);
+        p.lineWithinLimits = kv::FazToLin(p.line, changed);
+        for (unsigned g = 0; g < 2; ++g)
+            if ((changed & Bit(g)) != 0) m_kept[g] = {true, Take(p.phases, g), Take(p.sequence, g), Take(p.line, g)};
+    }
+
+private:
+    struct Group {
+        double m[3];
+        double fi[3];
+    };
+    struct Kept {
+        bool valid = false;
+        Group phases, sequence, line;
+    };
+    // Group 0 the currents (mask bit 1), group 1 the voltages (mask bit 2).
+    static unsigned short Bit(unsigned g) { return static_cast<unsigned short>(1u << g); }
+    static Group Take(const kv::CValueIU& v, unsigned g) {
+        const double* m = g == 0 ? v.dI : v.dU;
+        const double* fi = g == 0 ? v.dFiI : v.dFiU;
+        return {{m[0], m[1], m[2]}, {fi[0], fi[1], fi[2]}};
+    }
+    static void Put(const Group& from, kv::CValueIU& v, unsigned g) {
+        std::memcpy(g == 0 ? v.dI : v.dU, from.m, sizeof from.m);
+        std::memcpy(g == 0 ? v.dFiI : v.dFiU, from.fi, sizeof from.fi);
+    }
+    // Every bit the same: the library gives the same results for the same bits.
+    static bool Same(const Group& a, const Group& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+    Kept m_kept[2];
+};
+
+// Into `p`, which a sweep keeps from row to row: every field it writes is computed anew,
+// the phases from a record of zeros as a fresh one (its sequence block, which no routine
+// reads before writing it, is left as it was).
+void Compute(int code, Synthesis synthesis, const FaultOptions& o, Transforms& transforms, double U, double I,
+             double phi, FaultPoint& p) {
+    p.U = U;
+    p.I = I;
+    p.phi = phi;
+    for (double* values : {p.phases.dI, p.phases.dFiI, p.phases.dU, p.phases.dFiU}) std::fill_n(values, 3, 0.0);
     p.result = Synthesise(code, synthesis, o, U, I, phi, p.phases);
-    p.sequence = p.phases;
-    p.sequenceWithinLimits = kv::FazToSim(p.sequence, Mask(synthesis));
-    p.line = p.phases;
-    p.lineWithinLimits = kv::FazToLin(p.line, Mask(synthesis));
+    transforms.Apply(Mask(synthesis), p);
     if (!AllFinite(p.phases) || !AllFinite(p.sequence) || !AllFinite(p.line))
         throw Error("the fault at U = " + Shortest(U) + ", I = " + Shortest(I) + ", phi = " + Shortest(phi) +
                     " overflows: a result is not a finite number");
     p.limits = CheckLimits(p.phases, p.line, WritesVoltages(synthesis), WritesCurrents(synthesis));
-    return p;
 }
 
 // ---- JSON, one object per point; the same writer serves a single fault and a sweep ----
+
+// What every row of a run repeats, rendered once.
+struct RowTexts {
+    std::string jsonHead;    // up to the value of U
+    std::string jsonMiddle;  // from after phi up to the result code
+    std::string csvHead;     // the columns before U
+    std::string csvMiddle;   // the columns between phi and the result code
+    // The result code and meaning, and what follows up to the phases, of the results 0 to 3.
+    std::string jsonResults[4];
+    std::string csvResults[4];
+    // Each limit's key, name and what leads up to its value, for the keys of this run.
+    const char* limitKeys[3] = {};
+    std::string jsonLimits[3];
+};
 
 struct Context {
     FaultType type;
     Synthesis synthesis;
     const FaultOptions* options;
+    RowTexts texts;
 };
 
-void JsonGroup(RowBuffer& b, const double* magnitude, const double* angle, const char* const* names) {
-    b.Char('{');
+using Row = RowBuffer::Row;
+
+// The keys of a JSON group, each with what leads up to the magnitude.
+using GroupKeys = std::string_view[3];
+constexpr GroupKeys kPhaseKeys = {R"({"A":{"magnitude":)", R"(,"B":{"magnitude":)", R"(,"C":{"magnitude":)"};
+constexpr GroupKeys kSequenceKeys = {R"({"positive":{"magnitude":)", R"(,"negative":{"magnitude":)",
+                                     R"(,"zero":{"magnitude":)"};
+constexpr GroupKeys kLineKeys = {R"({"AB":{"magnitude":)", R"(,"BC":{"magnitude":)", R"(,"CA":{"magnitude":)"};
+
+// The row writers are inlined whole, so that the row's cursor stays in registers.
+[[gnu::always_inline]] inline void JsonGroup(Row& row, const double* magnitude, const double* angle,
+                                             const GroupKeys& keys) {
     for (int k = 0; k < 3; ++k) {
-        if (k) b.Char(',');
-        b.Char('"');
-        b.Text(names[k]);
-        b.Text("\":{\"magnitude\":");
-        b.Number(magnitude[k]);
-        b.Text(",\"angle\":");
-        b.Number(angle[k]);
-        b.Char('}');
+        row.Text(keys[k]);
+        row.Number(magnitude[k]);
+        row.Text(",\"angle\":");
+        row.Number(angle[k]);
+        row.Char('}');
     }
-    b.Char('}');
+    row.Char('}');
 }
 
-void JsonHalves(RowBuffer& b, const kv::CValueIU& v, Synthesis s, const char* const* names) {
-    b.Char('{');
+[[gnu::always_inline]] inline void JsonHalves(Row& row, const kv::CValueIU& v, Synthesis s, const GroupKeys& keys) {
+    row.Char('{');
     if (WritesVoltages(s)) {
-        b.Text("\"voltages\":");
-        JsonGroup(b, v.dU, v.dFiU, names);
+        row.Text("\"voltages\":");
+        JsonGroup(row, v.dU, v.dFiU, keys);
     }
     if (WritesCurrents(s)) {
-        b.Text(WritesVoltages(s) ? ",\"currents\":" : "\"currents\":");
-        JsonGroup(b, v.dI, v.dFiI, names);
+        row.Text(WritesVoltages(s) ? ",\"currents\":" : "\"currents\":");
+        JsonGroup(row, v.dI, v.dFiI, keys);
     }
+}
+
+[[gnu::always_inline]] inline void CString(Row& row, const char* text) {
+    for (; *text != '\0'; ++text) row.Char(*text);
+}
+
+// The text that `write` gives a row.
+template <typename Write>
+std::string Rendered(Write write) {
+    RowBuffer b(nullptr, 1 << 16);
+    {
+        Row row(b);
+        write(row);
+    }
+    std::string text(b.Pending());
+    b.Discard();
+    return text;
+}
+
+RowTexts MakeRowTexts(const FaultType& type, Synthesis synthesis, const FaultOptions& o) {
+    RowTexts t;
+    t.jsonHead = Rendered([&](Row& row) {
+        row.Text("{\"fault\":{\"code\":");
+        row.Integer(type.code);
+        row.Text(",\"name\":");
+        row.JsonString(type.name);
+        row.Text("},\"function\":\"");
+        CString(row, FunctionName(synthesis));
+        row.Text("\",\"input\":{\"U\":");
+    });
+    t.jsonMiddle = Rendered([&](Row& row) {
+        if (synthesis == Synthesis::Full) {
+            row.Text(",\"Unom\":");
+            row.Number(o.unom);
+            row.Text(",\"Aux\":");
+            row.Number(o.aux);
+            row.Text(",\"AuxAngle\":");
+            row.Number(o.auxAngle);
+            row.Text(",\"Uhealthy\":");
+            row.Number(o.uhealthy);
+        }
+        row.Text("},\"nominal\":");
+        row.Number(kv::cstUmax100);
+        row.Text(",\"device\":");
+        if (o.device >= 0)
+            row.Integer(o.device);
+        else
+            row.Text("null");
+        row.Text(o.noFold ? ",\"fold\":false" : ",\"fold\":true");
+        row.Text(",\"result\":{\"code\":");
+    });
+    t.csvHead = Rendered([&](Row& row) {
+        row.Integer(type.code);
+        row.Char(',');
+        row.JsonString(type.name);  // quoted, so a name with a blank or comma stays one field
+        row.Char(',');
+        CString(row, FunctionName(synthesis));
+        row.Char(',');
+    });
+    if (synthesis == Synthesis::Full)
+        t.csvMiddle += "," + Shortest(o.unom) + "," + Shortest(o.aux) + "," + Shortest(o.auxAngle) + "," +
+                       Shortest(o.uhealthy);
+    t.csvMiddle += "," + Shortest(kv::cstUmax100) + "," + (o.device >= 0 ? std::to_string(o.device) : "") + "," +
+                   (o.noFold ? "false," : "true,");
+    for (int result = 0; result < 4; ++result) {
+        t.jsonResults[result] = Rendered([&](Row& row) {
+            row.Integer(result);
+            row.Text(",\"meaning\":");
+            row.JsonString(ResultMeaning(result));
+            row.Text("},\"phases\":");
+        });
+        t.csvResults[result] = Rendered([&](Row& row) {
+            row.Integer(result);
+            row.Char(',');
+            row.JsonString(ResultMeaning(result));
+        });
+    }
+    const Verdicts sample = CheckLimits({}, {}, WritesVoltages(synthesis), WritesCurrents(synthesis));
+    for (int k = 0; k < sample.count; ++k) {
+        const Verdict& v = sample.items[k];
+        t.limitKeys[k] = v.key;
+        t.jsonLimits[k] = std::string(k ? "," : "") + "\"" + v.key + "\":{\"limit\":\"" + v.limitName + "\",\"value\":";
+    }
+    return t;
 }
 
 void JsonPoint(RowBuffer& b, const Context& c, const FaultPoint& p) {
-    const FaultOptions& o = *c.options;
-    b.Text("{\"fault\":{\"code\":");
-    b.Integer(c.type.code);
-    b.Text(",\"name\":");
-    b.JsonString(c.type.name);
-    b.Text("},\"function\":\"");
-    b.Text(FunctionName(c.synthesis));
-    b.Text("\",\"input\":{\"U\":");
-    b.Number(p.U);
-    b.Text(",\"I\":");
-    b.Number(p.I);
-    b.Text(",\"phi\":");
-    b.Number(p.phi);
-    if (c.synthesis == Synthesis::Full) {
-        b.Text(",\"Unom\":");
-        b.Number(o.unom);
-        b.Text(",\"Aux\":");
-        b.Number(o.aux);
-        b.Text(",\"AuxAngle\":");
-        b.Number(o.auxAngle);
-        b.Text(",\"Uhealthy\":");
-        b.Number(o.uhealthy);
+    const RowTexts& t = c.texts;
+    Row row(b);
+    row.Text(t.jsonHead);
+    row.Number(p.U);
+    row.Text(",\"I\":");
+    row.Number(p.I);
+    row.Text(",\"phi\":");
+    row.Number(p.phi);
+    row.Text(t.jsonMiddle);
+    if (p.result >= 0 && p.result < 4) {
+        row.Text(t.jsonResults[p.result]);
+    } else {
+        row.Integer(p.result);
+        row.Text(",\"meaning\":");
+        row.JsonString(ResultMeaning(p.result));
+        row.Text("},\"phases\":");
     }
-    b.Text("},\"nominal\":");
-    b.Number(kv::cstUmax100);
-    b.Text(",\"device\":");
-    if (o.device >= 0)
-        b.Integer(o.device);
-    else
-        b.Text("null");
-    b.Text(o.noFold ? ",\"fold\":false" : ",\"fold\":true");
-    b.Text(",\"result\":{\"code\":");
-    b.Integer(p.result);
-    b.Text(",\"meaning\":");
-    b.JsonString(ResultMeaning(p.result));
-    b.Text("},\"phases\":");
-    JsonHalves(b, p.phases, c.synthesis, kPhases);
-    b.Text("},\"symmetrical\":");
-    JsonHalves(b, p.sequence, c.synthesis, kSequences);
-    b.Text(p.sequenceWithinLimits == 1 ? ",\"within_limits\":true}" : ",\"within_limits\":false}");
-    b.Text(",\"line\":");
-    JsonHalves(b, p.line, c.synthesis, kLines);
-    b.Text(p.lineWithinLimits == 1 ? ",\"within_limits\":true}" : ",\"within_limits\":false}");
-    b.Text(",\"limits\":{");
+    JsonHalves(row, p.phases, c.synthesis, kPhaseKeys);
+    row.Text("},\"symmetrical\":");
+    JsonHalves(row, p.sequence, c.synthesis, kSequenceKeys);
+    row.Text(p.sequenceWithinLimits == 1 ? ",\"within_limits\":true}" : ",\"within_limits\":false}");
+    row.Text(",\"line\":");
+    JsonHalves(row, p.line, c.synthesis, kLineKeys);
+    row.Text(p.lineWithinLimits == 1 ? ",\"within_limits\":true}" : ",\"within_limits\":false}");
+    row.Text(",\"limits\":{");
     for (int k = 0; k < p.limits.count; ++k) {
         const Verdict& v = p.limits.items[k];
-        if (k) b.Char(',');
-        b.Char('"');
-        b.Text(v.key);
-        b.Text("\":{\"limit\":\"");
-        b.Text(v.limitName);
-        b.Text("\",\"value\":");
-        b.Number(v.limit);
-        b.Text(",\"largest\":");
-        b.Number(v.largest);
-        b.Text(",\"where\":\"");
-        b.Text(v.where);
-        b.Text(v.exceeded ? "\",\"exceeded\":true}" : "\",\"exceeded\":false}");
+        if (v.key == t.limitKeys[k]) {
+            row.Text(t.jsonLimits[k]);
+        } else {
+            if (k) row.Char(',');
+            row.Char('"');
+            CString(row, v.key);
+            row.Text("\":{\"limit\":\"");
+            CString(row, v.limitName);
+            row.Text("\",\"value\":");
+        }
+        row.Number(v.limit);
+        row.Text(",\"largest\":");
+        row.Number(v.largest);
+        row.Text(",\"where\":\"");
+        CString(row, v.where);
+        row.Text(v.exceeded ? "\",\"exceeded\":true}" : "\",\"exceeded\":false}");
     }
-    b.Text(p.limits.within ? "},\"within_limits\":true}\n" : "},\"within_limits\":false}\n");
+    row.Text(p.limits.within ? "},\"within_limits\":true}\n" : "},\"within_limits\":false}\n");
 }
 
 // ---- CSV: the same fields, flattened ----
@@ -230,68 +379,56 @@ void CsvHeader(RowBuffer& b, Synthesis s, const FaultPoint& sample) {
     b.Text(header);
 }
 
-void CsvHalves(RowBuffer& b, const kv::CValueIU& v, Synthesis s) {
+[[gnu::always_inline]] inline void CsvHalves(Row& row, const kv::CValueIU& v, Synthesis s) {
     if (WritesVoltages(s))
         for (int k = 0; k < 3; ++k) {
-            b.Char(',');
-            b.Number(v.dU[k]);
-            b.Char(',');
-            b.Number(v.dFiU[k]);
+            row.Char(',');
+            row.Number(v.dU[k]);
+            row.Char(',');
+            row.Number(v.dFiU[k]);
         }
     if (WritesCurrents(s))
         for (int k = 0; k < 3; ++k) {
-            b.Char(',');
-            b.Number(v.dI[k]);
-            b.Char(',');
-            b.Number(v.dFiI[k]);
+            row.Char(',');
+            row.Number(v.dI[k]);
+            row.Char(',');
+            row.Number(v.dFiI[k]);
         }
 }
 
-// The columns that stay the same for every row of a run, rendered once.
-std::string CsvConstants(const Context& c) {
-    const FaultOptions& o = *c.options;
-    std::string text;
-    if (c.synthesis == Synthesis::Full)
-        text += "," + Shortest(o.unom) + "," + Shortest(o.aux) + "," + Shortest(o.auxAngle) + "," +
-                Shortest(o.uhealthy);
-    text += "," + Shortest(kv::cstUmax100) + "," + (o.device >= 0 ? std::to_string(o.device) : "") + "," +
-            (o.noFold ? "false" : "true");
-    return text;
-}
-
-void CsvRow(RowBuffer& b, const Context& c, const std::string& constants, const FaultPoint& p) {
-    b.Integer(c.type.code);
-    b.Char(',');
-    b.JsonString(c.type.name);  // quoted, so a name with a blank or comma stays one field
-    b.Char(',');
-    b.Text(FunctionName(c.synthesis));
-    b.Char(',');
-    b.Number(p.U);
-    b.Char(',');
-    b.Number(p.I);
-    b.Char(',');
-    b.Number(p.phi);
-    b.Text(constants);
-    b.Char(',');
-    b.Integer(p.result);
-    b.Char(',');
-    b.JsonString(ResultMeaning(p.result));
-    CsvHalves(b, p.phases, c.synthesis);
-    CsvHalves(b, p.sequence, c.synthesis);
-    b.Text(p.sequenceWithinLimits == 1 ? ",true" : ",false");
-    CsvHalves(b, p.line, c.synthesis);
-    b.Text(p.lineWithinLimits == 1 ? ",true" : ",false");
+void CsvRow(RowBuffer& b, const Context& c, const FaultPoint& p) {
+    const RowTexts& t = c.texts;
+    Row row(b);
+    row.Text(t.csvHead);
+    row.Number(p.U);
+    row.Char(',');
+    row.Number(p.I);
+    row.Char(',');
+    row.Number(p.phi);
+    row.Text(t.csvMiddle);
+    if (p.result >= 0 && p.result < 4) {
+        row.Text(t.csvResults[p.result]);
+    } else {
+        row.Integer(p.result);
+        row.Char(',');
+        row.JsonString(ResultMeaning(p.result));
+    }
+    CsvHalves(row, p.phases, c.synthesis);
+    CsvHalves(row, p.sequence, c.synthesis);
+    row.Text(p.sequenceWithinLimits == 1 ? ",true" : ",false");
+    CsvHalves(row, p.line, c.synthesis);
+    row.Text(p.lineWithinLimits == 1 ? ",true" : ",false");
     for (int k = 0; k < p.limits.count; ++k) {
         const Verdict& v = p.limits.items[k];
-        b.Char(',');
-        b.Number(v.limit);
-        b.Char(',');
-        b.Number(v.largest);
-        b.Char(',');
-        b.Text(v.where);
-        b.Text(v.exceeded ? ",true" : ",false");
+        row.Char(',');
+        row.Number(v.limit);
+        row.Char(',');
+        row.Number(v.largest);
+        row.Char(',');
+        CString(row, v.where);
+        row.Text(v.exceeded ? ",true" : ",false");
     }
-    b.Text(p.limits.within ? ",true\n" : ",false\n");
+    row.Text(p.limits.within ? ",true\n" : ",false\n");
 }
 
 // ---- the human table ----
@@ -404,9 +541,11 @@ void Run(FaultOptions& o) {
     if (!o.unomGiven) o.unom = kv::cstUmax100;
 
     const int code = ResolveFaultType(o.type);
-    Context context{{code, ""}, synthesis, &o};
+    Context context{{code, ""}, synthesis, &o, {}};
     for (const FaultType& t : FaultTypes())
         if (t.code == code) context.type = t;
+    context.texts = MakeRowTexts(context.type, synthesis, o);
+    Transforms transforms;
 
     const Range u = ParseRange(o.u, "--u");
     const Range i = ParseRange(o.i, "--i");
@@ -421,7 +560,8 @@ void Run(FaultOptions& o) {
 
     const bool sweep = u.IsSweep() || i.IsSweep() || phi.IsSweep();
     if (!sweep) {
-        const FaultPoint p = Compute(code, synthesis, o, u.start, i.start, phi.start);
+        FaultPoint p{};
+        Compute(code, synthesis, o, transforms, u.start, i.start, phi.start, p);
         if (o.json) {
             // The same object as a row of a sweep, indented.
             RowBuffer b(out.file());
@@ -440,22 +580,22 @@ void Run(FaultOptions& o) {
     const double total = static_cast<double>(u.Count()) * static_cast<double>(i.Count()) *
                          static_cast<double>(phi.Count());
     CheckRowCount(total, o.maxRows);
-    const std::vector<double> us = u.Points(), is = i.Points(), phis = phi.Points();
+    const Grid us(u), is(i), phis(phi);
 
     Progress progress(static_cast<std::size_t>(total));
     {
         RowBuffer b(out.file());
-        const std::string constants = CsvConstants(context);
+        FaultPoint p{};
         std::size_t done = 0;
-        for (const double uValue : us)
-            for (const double iValue : is)
-                for (const double phiValue : phis) {
-                    const FaultPoint p = Compute(code, synthesis, o, uValue, iValue, phiValue);
+        for (std::size_t ku = 0; ku < us.Count(); ++ku)
+            for (std::size_t ki = 0; ki < is.Count(); ++ki)
+                for (std::size_t kphi = 0; kphi < phis.Count(); ++kphi) {
+                    Compute(code, synthesis, o, transforms, us[ku], is[ki], phis[kphi], p);
                     if (o.json) {
                         JsonPoint(b, context, p);
                     } else {
                         if (done == 0) CsvHeader(b, synthesis, p);
-                        CsvRow(b, context, constants, p);
+                        CsvRow(b, context, p);
                     }
                     progress.Step(++done);
                 }

@@ -3,9 +3,16 @@
 // exponent form, whichever is shorter, plain on a tie).
 #pragma once
 
+#include <cstddef>
+
 namespace kvdata {
 
-// Writes at most 32 characters at `at` and returns the end.
+// The longest such text ("-1.2345678901234567e-308").
+constexpr std::size_t kShortestLength = 24;
+// The room a text is given: the row writer copies texts as whole blocks of this size.
+constexpr std::size_t kShortestRoom = 32;
+
+// Writes the text at `at`, at most kShortestLength characters, and returns its end.
 char* WriteShortest(char* at, double value);
 
 }  // namespace kvdata
