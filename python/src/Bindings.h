@@ -21,9 +21,6 @@ using Complexes = py::array_t<std::complex<double>, py::array::c_style | py::arr
 // writes them. Every such access with the interpreter's lock released holds this lock.
 std::mutex& CoreLock();
 
-// Length of equal-length inputs; ValueError naming the first that differs.
-std::size_t CommonLength(std::initializer_list<std::pair<const char*, std::size_t>> lengths);
-
 void BindCore(py::module_& core);
 void BindFaults(py::module_& module);
 void BindPhasors(py::module_& module);

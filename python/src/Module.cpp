@@ -12,15 +12,6 @@ std::mutex& CoreLock() {
     return lock;
 }
 
-std::size_t CommonLength(std::initializer_list<std::pair<const char*, std::size_t>> lengths) {
-    const std::size_t n = lengths.begin()->second;
-    for (const auto& [name, length] : lengths)
-        if (length != n)
-            throw py::value_error(std::string(name) + ": " + std::to_string(length) + " values where " +
-                                  lengths.begin()->first + " has " + std::to_string(n));
-    return n;
-}
-
 }  // namespace kvpy
 
 PYBIND11_MODULE(_kvdata, m) {
