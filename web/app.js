@@ -1,0 +1,260 @@
+// The fault calculator: reads the fields, calls the library (kvdata.wasm) for every
+// number, writes the table and draws the diagrams. The inputs live in the URL query
+// under kvdata's option names, so a URL reproduces a calculation.
+'use strict';
+
+const timing = { navigationToFirstResult: null, lastCall: null };
+window.kvTiming = timing;
+
+const $ = (selector, root = document) => root.querySelector(selector);
+const $$ = (selector, root = document) => Array.from(root.querySelectorAll(selector));
+const SVG = 'http://www.w3.org/2000/svg';
+
+const MODELS = ['current', 'voltage', 'source', 'sir'];
+const FAULT_FIELDS = ['type', 'u', 'i', 'phi', 'nominal', 'device'];
+const IMPEDANCE_FIELDS = ['loop', 'z', 'rx', 'k0', 'rerl', 'xexl', 'z0z1', 'ks', 'nominal', 'relay-k0'];
+
+let kv = null;
+let kind = 'fault';
+
+// ---- inputs and the URL ----
+
+function fromQuery() {
+  const q = new URLSearchParams(location.search);
+  kind = q.has('loop') || q.get('kind') === 'impedance' ? 'impedance' : 'fault';
+  const form = $('#form-' + kind);
+  for (const el of form.elements) if (el.name && q.has(el.name)) el.value = q.get(el.name);
+  if (kind === 'impedance') {
+    const model = MODELS.find((m) => q.has(m));
+    if (model) {
+      form.elements.model.value = model;
+      form.elements.quantity.value = q.get(model);
+    }
+  }
+}
+
+function inputs() {
+  const form = $('#form-' + kind);
+  const out = {};
+  for (const name of kind === 'fault' ? FAULT_FIELDS : IMPEDANCE_FIELDS) {
+    const value = form.elements[name].value.trim();
+    if (value !== '') out[name] = value;
+  }
+  if (kind === 'impedance') {
+    const quantity = form.elements.quantity.value.trim();
+    if (quantity !== '') out[form.elements.model.value] = quantity;
+  }
+  return out;
+}
+
+function toQuery(values) {
+  const q = new URLSearchParams();
+  if (kind === 'impedance' && !values.loop) q.set('kind', 'impedance');
+  for (const [k, v] of Object.entries(values)) q.set(k, v);
+  const text = q.toString().replace(/%40/g, '@').replace(/%2C/g, ',');
+  history.replaceState(null, '', text ? '?' + text : location.pathname);
+}
+
+// ---- the table ----
+
+const fixed = (v, digits) => (Math.abs(v) < 0.5 * 10 ** -digits ? 0 : v).toFixed(digits);
+
+function cell(key, digits) {
+  const td = document.createElement('td');
+  td.dataset.kv = key;
+  td.dataset.digits = digits;
+  return td;
+}
+
+function row(tbody, label, cells) {
+  const tr = document.createElement('tr');
+  const th = document.createElement('th');
+  th.textContent = label;
+  tr.append(th, ...cells);
+  tbody.append(tr);
+}
+
+function buildTables() {
+  const tbody = $('#phases tbody');
+  const section = (title) => {
+    const tr = document.createElement('tr');
+    tr.className = 'section';
+    tr.innerHTML = '<th colspan="5"></th>';
+    tr.firstChild.textContent = title;
+    tbody.append(tr);
+  };
+  const block = (names, keys) => names.forEach((n, k) => row(tbody, n, [
+    cell('U' + keys[k] + '.magnitude', 3), cell('U' + keys[k] + '.angle', 2),
+    cell('I' + keys[k] + '.magnitude', 3), cell('I' + keys[k] + '.angle', 2)]));
+  section('Phases');
+  block(['A', 'B', 'C'], ['A', 'B', 'C']);
+  section('Symmetrical components');
+  block(['positive', 'negative', 'zero'], ['1', '2', '0']);
+  section('Line values');
+  block(['AB', 'BC', 'CA'], ['AB', 'BC', 'CA']);
+  const loops = $('#loops tbody');
+  for (const l of ['AN', 'BN', 'CN', 'AB', 'BC', 'CA'])
+    row(loops, l, ['r', 'x', 'magnitude', 'angle'].map((p) => cell('loop.' + l + '.' + p, p === 'angle' ? 2 : 3)));
+}
+
+function lookup(result, key) {
+  const parts = key.split('.');
+  if (parts[0] === 'loop') {
+    const z = result.loops[parts[1]];
+    return z ? z[parts[2]] : null;
+  }
+  if (parts[0] === 'k0') return result.k0[parts[1]];
+  const v = result.values[parts[0]];
+  return v ? v[parts[1]] : null;
+}
+
+function fill(result) {
+  for (const td of $$('[data-kv]')) {
+    if (td.closest('[hidden]')) continue;
+    const v = lookup(result, td.dataset.kv);
+    if (v === null || v === undefined) {
+      td.textContent = '–';
+      td.dataset.value = '';
+    } else {
+      td.textContent = fixed(v, Number(td.dataset.digits || 4));
+      td.dataset.value = String(v);
+    }
+  }
+}
+
+// ---- diagrams ----
+
+function el(name, attrs, parent) {
+  const e = document.createElementNS(SVG, name);
+  for (const [k, v] of Object.entries(attrs)) e.setAttribute(k, v);
+  if (parent) parent.append(e);
+  return e;
+}
+
+function label(svg, x, y, text, cls) {
+  const t = el('text', { x: x.toFixed(1), y: y.toFixed(1), class: cls || '' }, svg);
+  t.textContent = text;
+}
+
+// A readable round scale: the largest magnitude reaches `radius` px.
+function scale(largest, radius) {
+  return largest > 0 ? radius / largest : 0;
+}
+
+function drawVectors(result) {
+  const svg = $('#vectors');
+  svg.replaceChildren();
+  el('circle', { cx: 0, cy: 0, r: 130, class: 'grid' }, svg);
+  el('line', { x1: -145, y1: 0, x2: 145, y2: 0, class: 'axis' }, svg);
+  el('line', { x1: 0, y1: -145, x2: 0, y2: 145, class: 'axis' }, svg);
+  const v = result.values;
+  for (const [q, dashed] of [['U', false], ['I', true]]) {
+    const names = ['A', 'B', 'C'];
+    const k = scale(Math.max(...names.map((p) => v[q + p].magnitude)), q === 'U' ? 130 : 100);
+    names.forEach((p) => {
+      const { magnitude, angle } = v[q + p];
+      if (!(magnitude > 0)) return;
+      const a = (angle * Math.PI) / 180;
+      const x = magnitude * k * Math.cos(a), y = -magnitude * k * Math.sin(a);
+      el('line', { x1: 0, y1: 0, x2: x.toFixed(2), y2: y.toFixed(2), class: 'phase-' + p + (dashed ? ' current' : ''),
+                   'marker-end': 'url(#arrow-' + p + ')' }, svg);
+      label(svg, x * 1.08 - 6, y * 1.08 + 4, q + p.toLowerCase(), 'phase-' + p);
+    });
+  }
+  const defs = el('defs', {}, svg);
+  for (const p of ['A', 'B', 'C']) {
+    const m = el('marker', { id: 'arrow-' + p, viewBox: '0 0 10 10', refX: 9, refY: 5, markerWidth: 6, markerHeight: 6,
+                             orient: 'auto-start-reverse', class: 'phase-' + p }, defs);
+    el('path', { d: 'M0,0 L10,5 L0,10 z' }, m);
+  }
+}
+
+function drawRX(result) {
+  const svg = $('#rx');
+  svg.replaceChildren();
+  const points = Object.entries(result.loops).filter(([, z]) => z);
+  const largest = Math.max(result.z.magnitude, ...points.map(([, z]) => z.magnitude));
+  const k = scale(largest, 120);
+  el('line', { x1: -150, y1: 0, x2: 150, y2: 0, class: 'axis' }, svg);
+  el('line', { x1: 0, y1: -150, x2: 0, y2: 150, class: 'axis' }, svg);
+  label(svg, 138, -4, 'R', 'axis-label');
+  label(svg, 4, -140, 'X', 'axis-label');
+  el('line', { x1: 0, y1: 0, x2: (result.z.r * k).toFixed(2), y2: (-result.z.x * k).toFixed(2), class: 'line-z' }, svg);
+  for (const [name, z] of points) {
+    const x = z.r * k, y = -z.x * k;
+    el('circle', { cx: x.toFixed(2), cy: y.toFixed(2), r: 4, class: 'loop' + (name === result.loop ? ' faulted' : '') }, svg);
+    label(svg, x + 6, y - 6, name, 'loop-label');
+  }
+  if (largest > 0) label(svg, -150, 150, 'circle: ' + largest.toFixed(3) + ' Ω', 'axis-label');
+  el('circle', { cx: 0, cy: 0, r: 120, class: 'grid' }, svg);
+}
+
+// ---- one calculation ----
+
+function showError(result) {
+  const names = MODELS.includes(result.field) ? 'quantity' : result.field;
+  let where = names && $('#form-' + kind + ' .err[data-for="' + names + '"]');
+  if (!where) {
+    const prefix = result.error.split(':')[0];
+    where = $('#form-' + kind + ' .err[data-for="' + (MODELS.includes(prefix) ? 'quantity' : prefix) + '"]');
+  }
+  (where || $('#message')).textContent = result.error;
+}
+
+function recompute() {
+  for (const e of $$('.err')) e.textContent = '';
+  const values = inputs();
+  toQuery(values);
+  const t0 = performance.now();
+  const result = kind === 'fault' ? kv.catalogueFault(values) : kv.impedanceFault(values);
+  timing.lastCall = performance.now() - t0;
+  document.body.classList.toggle('failed', Boolean(result.error));
+  if (result.error) {
+    showError(result);
+    $('#results').dataset.state = 'error';
+    return;
+  }
+  fill(result);
+  drawVectors(result);
+  if (kind === 'impedance') drawRX(result);
+  $('#summary').textContent = kind === 'fault'
+    ? result.name + ' (code ' + result.code + '): result ' + result.result + ' (' +
+      ['done', 'voltage limited', 'current above its limit', 'not handled'][result.result] + ')'
+    : 'Fault ' + result.loop + ', test current ' + fixed(result.testCurrent, 3) + ' A; ' +
+      (result.feasible ? 'feasible' : 'NOT FEASIBLE: the loop voltage ' + fixed(result.loopVoltage, 3) +
+       ' V exceeds its pre-fault value ' + fixed(result.preFaultLoopVoltage, 3) + ' V');
+  $('#results').dataset.state = 'ok';
+  $('#results').dataset.result = result.result;
+  if (timing.navigationToFirstResult === null) timing.navigationToFirstResult = performance.now();
+  $('#timing').textContent = 'Library call ' + timing.lastCall.toFixed(2) + ' ms; first result ' +
+    timing.navigationToFirstResult.toFixed(0) + ' ms after navigation start';
+}
+
+function show(newKind) {
+  kind = newKind;
+  $('#form-fault').hidden = kind !== 'fault';
+  $('#form-impedance').hidden = kind !== 'impedance';
+  $('#loops').hidden = $('#k0').hidden = $('#rx').hidden = kind !== 'impedance';
+  for (const b of $$('nav button')) b.classList.toggle('active', b.dataset.kind === kind);
+  recompute();
+}
+
+KvData().then((module) => {
+  kv = module;
+  const list = $('#fault-types');
+  for (const t of kv.faultTypes()) {
+    const o = document.createElement('option');
+    o.value = t.name;
+    o.label = t.code;
+    list.append(o);
+  }
+  buildTables();
+  fromQuery();
+  for (const form of $$('form')) {
+    form.addEventListener('input', recompute);
+    form.addEventListener('change', recompute);
+    form.addEventListener('submit', (e) => e.preventDefault());
+  }
+  for (const b of $$('nav button')) b.addEventListener('click', () => show(b.dataset.kind));
+  show(kind);
+});
