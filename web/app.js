@@ -21,7 +21,11 @@ let kind = 'fault';
 
 function fromQuery() {
   const q = new URLSearchParams(location.search);
-  kind = q.has('loop') || q.get('kind') === 'impedance' ? 'impedance' : 'fault';
+  kind = q.has('loop') || q.get('kind') === 'impedance' ? 'impedance' : q.get('kind') === 'record' ? 'record' : 'fault';
+  if (kind === 'record') {
+    if (q.has('at')) $('#record-at').value = q.get('at');
+    return;
+  }
   const form = $('#form-' + kind);
   for (const el of form.elements) if (el.name && q.has(el.name)) el.value = q.get(el.name);
   if (kind === 'impedance') {
@@ -58,6 +62,11 @@ function toQuery(values) {
 // ---- the table ----
 
 const fixed = (v, digits) => (Math.abs(v) < 0.5 * 10 ** -digits ? 0 : v).toFixed(digits);
+// An angle in [0, 360) that rounds up to 360 shows as 0.
+const cellText = (key, v, digits) => {
+  const t = fixed(v, digits);
+  return key.endsWith('.angle') && Number(t) === 360 ? fixed(0, digits) : t;
+};
 
 function cell(key, digits) {
   const td = document.createElement('td');
@@ -116,7 +125,7 @@ function fill(result) {
       td.textContent = '–';
       td.dataset.value = '';
     } else {
-      td.textContent = fixed(v, Number(td.dataset.digits || 4));
+      td.textContent = cellText(td.dataset.kv, v, Number(td.dataset.digits || 4));
       td.dataset.value = String(v);
     }
   }
@@ -232,11 +241,160 @@ function recompute() {
 
 function show(newKind) {
   kind = newKind;
+  $('#calculator').hidden = kind === 'record';
+  $('#viewer').hidden = kind !== 'record';
+  for (const b of $$('nav button')) b.classList.toggle('active', b.dataset.kind === kind);
+  if (kind === 'record') {
+    cursor();
+    return;
+  }
   $('#form-fault').hidden = kind !== 'fault';
   $('#form-impedance').hidden = kind !== 'impedance';
   $('#loops').hidden = $('#k0').hidden = $('#rx').hidden = kind !== 'impedance';
   for (const b of $$('nav button')) b.classList.toggle('active', b.dataset.kind === kind);
   recompute();
+}
+
+// ---- the record viewer ----
+
+let record = null;  // the summary, times and samples of the open record
+
+const baseName = (file) => file.name.replace(/\.[^.]*$/, '');
+const bytes = async (file) => new Uint8Array(await file.arrayBuffer());
+
+async function openRecord(files) {
+  files = Array.from(files);
+  const ext = (e) => files.find((f) => f.name.toLowerCase().endsWith(e));
+  const cff = ext('.cff'), cfg = ext('.cfg'), dat = ext('.dat');
+  $('#record-message').textContent = '';
+  let summary;
+  if (cff) summary = kv.readRecord(await bytes(cff), null, baseName(cff));
+  else if (cfg && dat) summary = kv.readRecord(await bytes(cfg), await bytes(dat), baseName(cfg));
+  else summary = { error: 'choose a .cfg with its .dat, or one .cff' };
+  record = null;
+  if (summary.error) {
+    $('#record-message').textContent = summary.error;
+    $('#waveforms').replaceChildren();
+    $('#viewer').dataset.state = 'error';
+    return;
+  }
+  record = {
+    summary,
+    times: kv.recordTimes(),
+    analog: summary.analog.map((_, k) => kv.recordAnalog(k)),
+    digital: summary.digital.map((_, k) => kv.recordDigital(k)),
+  };
+  $('#record-summary').textContent = (summary.station + ', ' + summary.device + '; COMTRADE ' + summary.revision + '; ' +
+    summary.samples + ' samples, line frequency ' + summary.lineFrequency + ' Hz');
+  buildRecordTables();
+  drawWaveforms();
+  cursor();
+}
+
+function buildRecordTables() {
+  const channels = $('#record-phasors tbody'), groups = $('#record-groups tbody');
+  channels.replaceChildren();
+  groups.replaceChildren();
+  record.summary.analog.forEach((c, k) => row(channels, c.name + (c.unit ? ', ' + c.unit : ''),
+    [cell('channel.' + k + '.magnitude', 3), cell('channel.' + k + '.angle', 2)]));
+  record.summary.groups.forEach((g, k) => {
+    const names = g.channels.map((c) => record.summary.analog[c].name).join(' ');
+    for (const s of ['positive', 'negative', 'zero']) {
+      const th = document.createElement('td');
+      th.textContent = s;
+      row(groups, names, [th, cell('group.' + k + '.' + s + '.magnitude', 3), cell('group.' + k + '.' + s + '.angle', 2)]);
+    }
+  });
+}
+
+const WIDTH = 720, PANEL = 150, LANE = 16, LEFT = 50;
+
+function xOf(t) {
+  const t0 = record.times[0], t1 = record.times[record.times.length - 1];
+  return LEFT + ((t - t0) / (t1 - t0 || 1)) * (WIDTH - LEFT - 10);
+}
+
+function drawWaveforms() {
+  const host = $('#waveforms');
+  host.replaceChildren();
+  const units = [...new Set(record.summary.analog.map((c) => c.unit))];
+  const height = units.length * (PANEL + 10) + record.digital.length * LANE + 30;
+  const svg = el('svg', { id: 'record-plot', viewBox: `0 0 ${WIDTH} ${height}`, width: WIDTH, height }, host);
+  const n = record.times.length, stride = Math.max(1, Math.floor(n / 2000));
+  const colours = { A: 'phase-A', B: 'phase-B', C: 'phase-C' };
+  units.forEach((unit, u) => {
+    const top = u * (PANEL + 10) + 5, mid = top + PANEL / 2;
+    const members = record.summary.analog.map((c, k) => [c, k]).filter(([c]) => c.unit === unit);
+    let largest = 0;
+    for (const [, k] of members) for (const v of record.analog[k]) if (Math.abs(v) > largest) largest = Math.abs(v);
+    const ky = largest > 0 ? (PANEL / 2 - 4) / largest : 0;
+    el('rect', { x: LEFT, y: top, width: WIDTH - LEFT - 10, height: PANEL, class: 'panel' }, svg);
+    el('line', { x1: LEFT, y1: mid, x2: WIDTH - 10, y2: mid, class: 'axis' }, svg);
+    label(svg, 4, top + 12, unit || '–', 'axis-label');
+    label(svg, 4, top + 26, largest.toPrecision(3), 'axis-label');
+    for (const [c, k] of members) {
+      const pts = [];
+      for (let i = 0; i < n; i += stride) {
+        const v = record.analog[k][i];
+        if (Number.isFinite(v)) pts.push(xOf(record.times[i]).toFixed(1) + ',' + (mid - v * ky).toFixed(1));
+      }
+      el('polyline', { points: pts.join(' '), class: 'wave ' + (colours[c.phase.toUpperCase()] || 'other') }, svg);
+    }
+  });
+  const top = units.length * (PANEL + 10) + 10;
+  record.digital.forEach((states, d) => {
+    const y = top + d * LANE;
+    label(svg, 4, y + 11, record.summary.digital[d].slice(0, 7), 'axis-label');
+    const pts = [];
+    for (let i = 0; i < n; ++i) {
+      if (i > 0 && states[i] === states[i - 1] && i !== n - 1) continue;
+      const x = xOf(record.times[i]).toFixed(1);
+      if (i > 0) pts.push(x + ',' + (y + (states[i - 1] ? 2 : 12)));
+      pts.push(x + ',' + (y + (states[i] ? 2 : 12)));
+    }
+    el('polyline', { points: pts.join(' '), class: 'digital' }, svg);
+  });
+  el('line', { id: 'record-cursor', x1: 0, y1: 0, x2: 0, y2: height, class: 'cursor' }, svg);
+  svg.addEventListener('click', (e) => {
+    const box = svg.getBoundingClientRect();
+    const x = ((e.clientX - box.left) / box.width) * WIDTH;
+    const t0 = record.times[0], t1 = record.times[record.times.length - 1];
+    const t = t0 + ((x - LEFT) / (WIDTH - LEFT - 10)) * (t1 - t0) - record.summary.triggerOffset;
+    $('#record-at').value = t.toFixed(4);
+    cursor();
+  });
+}
+
+function cursor() {
+  for (const e of $$('#viewer .err')) e.textContent = '';
+  const at = $('#record-at').value.trim();
+  const q = new URLSearchParams({ kind: 'record', at });
+  history.replaceState(null, '', '?' + q.toString());
+  if (!record) return;
+  const t = Number(at);
+  if (at === '' || !Number.isFinite(t)) {
+    $('#viewer .err[data-for="at"]').textContent = "at: '" + at + "' is not a number";
+    return;
+  }
+  const t0 = performance.now();
+  const p = kv.recordPhasorsAt(t);
+  timing.lastCall = performance.now() - t0;
+  if (p.error) {
+    $('#viewer .err[data-for="at"]').textContent = p.error;
+    $('#viewer').dataset.state = 'error';
+    return;
+  }
+  for (const td of $$('#viewer [data-kv]')) {
+    const [what, k, a, b] = td.dataset.kv.split('.');
+    const v = what === 'channel' ? p.channels[k] && p.channels[k][a] : p.groups[k] && p.groups[k][a][b];
+    td.textContent = v === null || v === undefined ? '–' : cellText(td.dataset.kv, v, Number(td.dataset.digits));
+    td.dataset.value = v === null || v === undefined ? '' : String(v);
+  }
+  const line = $('#record-cursor');
+  const x = xOf(t + record.summary.triggerOffset).toFixed(1);
+  line.setAttribute('x1', x);
+  line.setAttribute('x2', x);
+  $('#viewer').dataset.state = 'ok';
 }
 
 KvData().then((module) => {
@@ -256,5 +414,8 @@ KvData().then((module) => {
     form.addEventListener('submit', (e) => e.preventDefault());
   }
   for (const b of $$('nav button')) b.addEventListener('click', () => show(b.dataset.kind));
+  $('#record-files').addEventListener('change', (e) => openRecord(e.target.files));
+  $('#record-at').addEventListener('input', cursor);
   show(kind);
+  document.body.dataset.ready = 'true';
 });

@@ -83,7 +83,7 @@ async function read(page) {
 
 async function open(page, base, query) {
   await page.goto(base + query);
-  await page.waitForSelector('#results[data-state]');
+  await page.waitForSelector('body[data-ready]');
   return read(page);
 }
 
@@ -168,6 +168,45 @@ async function main() {
     await open(page, base, '?loop=AN&z=5@75&k0=0.8@-5&current=5');
     assert.equal(await page.$$eval('#rx circle.loop', (c) => c.length), 5);
     assert.equal(await page.$$eval('#vectors line.current', (l) => l.length), 1);
+  });
+
+  await check('a record read from disk, its phasors at the cursor', async () => {
+    const dir = fs.mkdtempSync(path.join(require('node:os').tmpdir(), 'kvdata-web-'));
+    const example = path.resolve(__dirname, '../../examples/relay-record.json');
+    execFileSync(kvdata, ['comtrade', example, '-o', path.join(dir, 'relay'), '--format', 'BINARY']);
+    execFileSync(kvdata, ['comtrade', example, '-o', path.join(dir, 'combined'), '--cff']);
+    const cases = [[['relay.cfg', 'relay.dat'], '0.02'], [['combined.cff'], '-0.05']];
+    for (const [files, at] of cases) {
+      await open(page, base, '?kind=record&at=' + at);
+      await (await page.$('#record-files')).uploadFile(...files.map((f) => path.join(dir, f)));
+      await page.waitForSelector('#viewer[data-state="ok"]');
+      const cells = await read(page);
+      const json = run(['record', path.join(dir, files[0]), '--at', at]);
+      const names = json.analog.map((c) => c.name);
+      const phasors = json.phasors[0];
+      names.forEach((name, k) => {
+        close(cells[`channel.${k}.magnitude`], phasors.channels[name].magnitude, name + '.magnitude');
+        if (phasors.channels[name].magnitude > 1e-9) closeAngle(cells[`channel.${k}.angle`], phasors.channels[name].angle, name + '.angle');
+      });
+      phasors.groups.forEach((g, k) => {
+        for (const s of ['positive', 'negative', 'zero']) {
+          close(cells[`group.${k}.${s}.magnitude`], g[s].magnitude, `group ${k} ${s}`);
+          if (g[s].magnitude > 1e-9) closeAngle(cells[`group.${k}.${s}.angle`], g[s].angle, `group ${k} ${s} angle`);
+        }
+      });
+      assert.equal(await page.$$eval('#record-plot polyline.digital', (l) => l.length), json.digital.length);
+    }
+    // Moving the cursor recomputes; a bad file says why.
+    await page.$eval('#record-at', (e) => { e.value = ''; });
+    await page.type('#record-at', '0.1');
+    const at = run(['record', path.join(dir, 'combined.cff'), '--at', '0.1']).phasors[0].channels.IA;
+    close((await read(page))['channel.3.magnitude'], at.magnitude, 'IA at 0.1 s');
+    if (shots) await page.screenshot({ path: path.join(shots, 'web-record.png') });
+    fs.writeFileSync(path.join(dir, 'bad.cff'), 'not a record');
+    await (await page.$('#record-files')).uploadFile(path.join(dir, 'bad.cff'));
+    await page.waitForSelector('#viewer[data-state="error"]');
+    assert.match(await page.$eval('#record-message', (e) => e.textContent), /bad\.cff:1:/);
+    fs.rmSync(dir, { recursive: true });
   });
 
   if (shots) {

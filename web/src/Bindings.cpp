@@ -1,6 +1,7 @@
 // The page's interface to the layer: the catalogue's fault and the fault at an impedance,
 // inputs as the page's fields hold them (text, kvdata's option names), results as plain
-// objects. Bad input comes back as {error, field}, never as an exception.
+// objects; a COMTRADE record from bytes, its samples and its phasors at a time. Bad input
+// comes back as {error, field}, never as an exception.
 
 #include <emscripten/bind.h>
 #include <emscripten/val.h>
@@ -8,8 +9,10 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Kv_Data/State.h"
 #include "Kv_Relay.h"
@@ -294,10 +297,130 @@ val FaultTypes() {
     return list;
 }
 
+// ---- the record viewer: one record at a time, read from bytes the page was given ----
+
+std::optional<comtrade::Record>& OpenRecord() {
+    static std::optional<comtrade::Record> record;
+    return record;
+}
+
+std::vector<std::uint8_t> Bytes(const val& array) {
+    return emscripten::convertJSArrayToNumberVector<std::uint8_t>(array);
+}
+
+val Utf8(std::string_view bytes) { return val(comtrade::TextAsUtf8(bytes)); }
+
+val RecordSummary(const comtrade::Record& r) {
+    val out = val::object();
+    out.set("station", Utf8(r.station));
+    out.set("device", Utf8(r.device));
+    out.set("revision", r.revision);
+    out.set("lineFrequency", r.lineFrequency);
+    out.set("samples", static_cast<double>(r.samples));
+    out.set("triggerOffset", r.TriggerOffset());
+    val analog = val::array();
+    for (const auto& c : r.analog) {
+        val a = val::object();
+        a.set("name", Utf8(c.name));
+        a.set("phase", Utf8(c.phase));
+        a.set("unit", Utf8(c.unit));
+        analog.call<void>("push", a);
+    }
+    out.set("analog", analog);
+    val digital = val::array();
+    for (const auto& c : r.digital) digital.call<void>("push", Utf8(c.name));
+    out.set("digital", digital);
+    val groups = val::array();
+    for (const auto& g : PhaseGroups(r)) {
+        val o = val::object();
+        o.set("unit", Utf8(g.unit));
+        o.set("channels", val::array(std::vector<double>{double(g.a), double(g.b), double(g.c)}));
+        groups.call<void>("push", o);
+    }
+    out.set("groups", groups);
+    return out;
+}
+
+// A .cfg with its .dat, or a .cff (dat empty): the record's summary, or {error}.
+val ReadRecord(const val& first, const val& data, const std::string& name) {
+    try {
+        OpenRecord().reset();
+        const std::vector<std::uint8_t> bytes = Bytes(first);
+        if (data.isUndefined() || data.isNull()) {
+            OpenRecord() = comtrade::ReadCombined(bytes, name);
+        } else {
+            const std::string configuration(bytes.begin(), bytes.end());
+            OpenRecord() = comtrade::ReadConfigurationAndData(configuration, Bytes(data), name);
+        }
+        return RecordSummary(*OpenRecord());
+    } catch (const Error& e) {
+        return Failure({"record", e.what()});
+    }
+}
+
+template <class T>
+val Copy(const T* data, std::size_t n, const char* type) {
+    return val::global(type).new_(emscripten::typed_memory_view(n, data));
+}
+
+// The samples' times (s, first sample at 0), an analog channel's values, a digital one's states.
+val RecordTimes() {
+    const auto& r = OpenRecord();
+    return r ? Copy(r->times.data(), r->times.size(), "Float64Array") : val::null();
+}
+val RecordAnalog(int channel) {
+    const auto& r = OpenRecord();
+    if (!r || channel < 0 || static_cast<std::size_t>(channel) >= r->analog.size()) return val::null();
+    const auto a = r->Analog(static_cast<std::size_t>(channel));
+    return Copy(a.data(), a.size(), "Float64Array");
+}
+val RecordDigital(int channel) {
+    const auto& r = OpenRecord();
+    if (!r || channel < 0 || static_cast<std::size_t>(channel) >= r->digital.size()) return val::null();
+    const auto d = r->Digital(static_cast<std::size_t>(channel));
+    return Copy(d.data(), d.size(), "Uint8Array");
+}
+
+// Every channel's phasor and each phase group's components at `t` seconds from the
+// trigger: {time, channels: [{magnitude, angle} | null], groups: [{positive, ...} | null]}.
+val RecordPhasorsAt(double t) {
+    const auto& r = OpenRecord();
+    if (!r) return Failure({"at", "at: no record is open"});
+    try {
+        const PhasorsAtTime p = PhasorsAt(*r, t + r->TriggerOffset());
+        val out = val::object();
+        out.set("time", t);
+        val channels = val::array();
+        for (const auto& c : p.channels)
+            channels.call<void>("push", c ? PolarObject(c->Magnitude(), c->Angle()) : val::null());
+        out.set("channels", channels);
+        val groups = val::array();
+        for (const auto& g : p.groups) {
+            val o = val::null();
+            if (g) {
+                o = val::object();
+                o.set("positive", PolarObject(g->positive.Magnitude(), g->positive.Angle()));
+                o.set("negative", PolarObject(g->negative.Magnitude(), g->negative.Angle()));
+                o.set("zero", PolarObject(g->zero.Magnitude(), g->zero.Angle()));
+            }
+            groups.call<void>("push", o);
+        }
+        out.set("groups", groups);
+        return out;
+    } catch (const Error& e) {
+        return Failure({"at", e.what()});
+    }
+}
+
 }  // namespace
 
 EMSCRIPTEN_BINDINGS(kvdata) {
     emscripten::function("catalogueFault", &CatalogueFaultOf);
     emscripten::function("impedanceFault", &ImpedanceFaultOf);
     emscripten::function("faultTypes", &FaultTypes);
+    emscripten::function("readRecord", &ReadRecord);
+    emscripten::function("recordTimes", &RecordTimes);
+    emscripten::function("recordAnalog", &RecordAnalog);
+    emscripten::function("recordDigital", &RecordDigital);
+    emscripten::function("recordPhasorsAt", &RecordPhasorsAt);
 }
