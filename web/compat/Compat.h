@@ -65,10 +65,13 @@ inline to_chars_result to_chars(char* first, char* last, double value) {
             f[m++] = '.';
             for (int k = -1; k > exponent; --k) f[m++] = '0';
             for (int k = 0; k < count; ++k) f[m++] = digits[k];
+        } else if (exponent + 1 >= count) {
+            // A whole number: its exact digits, as the standard library writes them.
+            m = snprintf(f, sizeof f, "%.0f", value);
         } else {
-            for (int k = 0; k <= exponent || k < count; ++k) {
+            for (int k = 0; k < count; ++k) {
                 if (k == exponent + 1) f[m++] = '.';
-                f[m++] = k < count ? digits[k] : '0';
+                f[m++] = digits[k];
             }
         }
         if (m <= n) {
