@@ -250,7 +250,7 @@ function show(newKind) {
   }
   $('#form-fault').hidden = kind !== 'fault';
   $('#form-impedance').hidden = kind !== 'impedance';
-  $('#loops').hidden = $('#k0').hidden = $('#rx').hidden = kind !== 'impedance';
+  for (const id of ['#loops', '#k0', '#rx']) $(id).toggleAttribute('hidden', kind !== 'impedance');
   for (const b of $$('nav button')) b.classList.toggle('active', b.dataset.kind === kind);
   recompute();
 }

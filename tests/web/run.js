@@ -167,6 +167,10 @@ async function main() {
   await check('the R-X diagram has a point per loop with a value', async () => {
     await open(page, base, '?loop=AN&z=5@75&k0=0.8@-5&current=5');
     assert.equal(await page.$$eval('#rx circle.loop', (c) => c.length), 5);
+    assert.ok(await page.$eval('#rx', (svg) => svg.getBoundingClientRect().width > 0), 'the R-X diagram shows');
+    await open(page, base, '?type=FaultAB');
+    assert.ok(await page.$eval('#rx', (svg) => svg.getBoundingClientRect().width === 0), 'no R-X diagram for a catalogue fault');
+    await open(page, base, '?loop=AN&z=5@75&k0=0.8@-5&current=5');
     assert.equal(await page.$$eval('#vectors line.current', (l) => l.length), 1);
   });
 
