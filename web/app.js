@@ -55,8 +55,16 @@ function toQuery(values) {
   const q = new URLSearchParams();
   if (kind === 'impedance' && !values.loop) q.set('kind', 'impedance');
   for (const [k, v] of Object.entries(values)) q.set(k, v);
+  setQuery(q);
+}
+
+// The URL follows the inputs a moment after the last change: Chromium throttles
+// history updates, and one per keystroke costs more than the calculation.
+let queryTimer = 0;
+function setQuery(q) {
   const text = q.toString().replace(/%40/g, '@').replace(/%2C/g, ',');
-  history.replaceState(null, '', text ? '?' + text : location.pathname);
+  clearTimeout(queryTimer);
+  queryTimer = setTimeout(() => history.replaceState(null, '', text ? '?' + text : location.pathname), 100);
 }
 
 // ---- the table ----
@@ -211,6 +219,7 @@ function showError(result) {
 }
 
 function recompute() {
+  if (kind === 'record') return;
   for (const e of $$('.err')) e.textContent = '';
   const values = inputs();
   toQuery(values);
@@ -368,8 +377,7 @@ function drawWaveforms() {
 function cursor() {
   for (const e of $$('#viewer .err')) e.textContent = '';
   const at = $('#record-at').value.trim();
-  const q = new URLSearchParams({ kind: 'record', at });
-  history.replaceState(null, '', '?' + q.toString());
+  setQuery(new URLSearchParams({ kind: 'record', at }));
   if (!record) return;
   const t = Number(at);
   if (at === '' || !Number.isFinite(t)) {
