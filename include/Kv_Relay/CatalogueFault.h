@@ -2,7 +2,9 @@
 // SetUIFaza) with its inputs named, its result checked and its phasors as value types.
 //
 // The core's synthesis reads the core's global state (device limits, nominal values), so
-// these functions are not for use while another thread changes that state.
+// these functions are not for use while another thread changes that state. Syntheses on
+// several threads at once are safe where none writes that state: none of type 123 (it
+// sets the core's A1 flag) and none with a nominal voltage of its own.
 #pragma once
 
 #include <string_view>
@@ -40,5 +42,23 @@ struct CatalogueResult {
 // Error, naming the field, for non-finite inputs or a negative magnitude (U may be
 // negative for type 82 only); the result code is returned, not judged.
 KV_RELAY_API CatalogueResult Synthesise(const CatalogueFault& fault);
+
+// Whether a synthesis of this fault writes the core's global state (see above).
+KV_RELAY_API bool WritesCoreState(const CatalogueFault& fault);
+
+// Syntheses one after another, as along a sweep, with the same results as Synthesise:
+// the cosine and sine of each phasor's angle are kept and used again while the angle
+// stays as it was, as most of them do from one point of a sweep to the next.
+class KV_RELAY_API CatalogueSweep {
+public:
+    CatalogueResult operator()(const CatalogueFault& fault);
+
+private:
+    struct Turn {
+        double angle = 0;  // degrees
+        double cos = 1, sin = 0;
+    };
+    Turn m_turns[6];
+};
 
 }  // namespace kv::relay

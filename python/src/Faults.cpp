@@ -120,21 +120,28 @@ py::dict Fault(const Ints& type, const Doubles& u, const Doubles& i, const Doubl
     {
         py::gil_scoped_release unlocked;
         const std::lock_guard core(CoreLock());
-        // One thread: the synthesis reads the core's globals, and sets the nominal values
-        // there for the points that give one.
-        ForEachPoint(n, 1, [&] {
-            return [&](std::size_t k) {
-                CatalogueFault f;
-                f.type = t[k];
-                f.u = cu[k];
-                f.i = ci[k];
-                f.phi = cphi[k];
-                f.unom = cunom[k];
-                f.aux = caux[k];
-                f.auxAngle = cangle[k];
-                f.uhealthy = chealthy[k];
-                f.nominalVoltage = cnominal[k];
-                const CatalogueResult r = Synthesise(f);
+        const auto at = [&](std::size_t k) {
+            CatalogueFault f;
+            f.type = t[k];
+            f.u = cu[k];
+            f.i = ci[k];
+            f.phi = cphi[k];
+            f.unom = cunom[k];
+            f.aux = caux[k];
+            f.auxAngle = cangle[k];
+            f.uhealthy = chealthy[k];
+            f.nominalVoltage = cnominal[k];
+            return f;
+        };
+        // The synthesis reads the core's globals; the points run on every core unless one
+        // of them writes there (type 123, a nominal voltage of its own).
+        // (Those two inputs decide it: one value each, one point to look at.)
+        const std::size_t scan = type.size() == 1 && nominal.size() == 1 ? 1 : n;
+        bool writes = false;
+        for (std::size_t k = 0; k < scan && !writes; ++k) writes = WritesCoreState(at(k));
+        ForEachPoint(n, writes ? 1 : std::thread::hardware_concurrency(), [&] {
+            return [&, synthesise = CatalogueSweep()](std::size_t k) mutable {
+                const CatalogueResult r = synthesise(at(k));
                 codes[k] = r.result;
                 phases.Put(k, r.phases);
             };

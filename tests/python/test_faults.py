@@ -58,6 +58,10 @@ def test_arrays_broadcast_and_agree_with_single_points():
     zs = np.linspace(0.1, 10, 200_000)
     big = kvdata.impedance("AN", z=(zs, 75), k0=(0.8, -5), current=5)
     assert np.allclose(big.loops["AN"], zs * polar(1, 75), rtol=1e-12)
+    us = np.linspace(0, 100, 200_000)
+    sweep = kvdata.fault("FaultAB", u=us, i=5, phi=75)
+    for k in (0, 99_999, 100_000, 199_999):
+        assert (sweep.voltages[k] == kvdata.fault("FaultAB", u=us[k], i=5, phi=75).voltages).all()
 
 
 def test_bad_input_is_a_value_error_naming_it():

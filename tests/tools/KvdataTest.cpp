@@ -247,6 +247,8 @@ TEST_F(Kvdata, OutputsReadAsWrittenAndFilesAreWhole) {
     const Outcome lines = Kv("fault FaultAB --u 0:1:0.1 --json");
     ASSERT_EQ(csv.status, 0) << csv.err;
     EXPECT_NE(csv.out.find(",0.3,5,75,"), std::string::npos);
+    const Outcome small = Kv("fault FaultAB --u 0.0001:0.0002:0.0001 --phi -0.5:0.50:0.25 --json");
+    EXPECT_NE(small.out.find(R"("U":0.0001,"I":5,"phi":-0.25,)"), std::string::npos) << small.out.substr(0, 200);
     std::istringstream csvRows(csv.out), jsonRows(lines.out);
     std::string header, row, object;
     std::getline(csvRows, header);

@@ -183,6 +183,7 @@ struct Context {
     Synthesis synthesis;
     const FaultOptions* options;
     RowTexts texts;
+    int decimals[3] = {-1, -1, -1};  // of U, I and phi as the user wrote them
 };
 
 using Row = RowBuffer::Row;
@@ -307,11 +308,11 @@ void JsonPoint(RowBuffer& b, const Context& c, const FaultPoint& p) {
     const RowTexts& t = c.texts;
     Row row(b);
     row.Text(t.jsonHead);
-    row.Number(p.U);
+    row.Decimal(p.U, c.decimals[0]);
     row.Text(",\"I\":");
-    row.Number(p.I);
+    row.Decimal(p.I, c.decimals[1]);
     row.Text(",\"phi\":");
-    row.Number(p.phi);
+    row.Decimal(p.phi, c.decimals[2]);
     row.Text(t.jsonMiddle);
     if (p.result >= 0 && p.result < 4) {
         row.Text(t.jsonResults[p.result]);
@@ -400,11 +401,11 @@ void CsvRow(RowBuffer& b, const Context& c, const FaultPoint& p) {
     const RowTexts& t = c.texts;
     Row row(b);
     row.Text(t.csvHead);
-    row.Number(p.U);
+    row.Decimal(p.U, c.decimals[0]);
     row.Char(',');
-    row.Number(p.I);
+    row.Decimal(p.I, c.decimals[1]);
     row.Char(',');
-    row.Number(p.phi);
+    row.Decimal(p.phi, c.decimals[2]);
     row.Text(t.csvMiddle);
     if (p.result >= 0 && p.result < 4) {
         row.Text(t.csvResults[p.result]);
@@ -550,6 +551,9 @@ void Run(FaultOptions& o) {
     const Range u = ParseRange(o.u, "--u");
     const Range i = ParseRange(o.i, "--i");
     const Range phi = ParseRange(o.phi, "--phi");
+    context.decimals[0] = u.decimals;
+    context.decimals[1] = i.decimals;
+    context.decimals[2] = phi.decimals;
     // Only the universal pattern's code 82 gives U a sign.
     if (code != 82 && std::min(u.start, u.stop) < 0) throw Error("--u: '" + o.u + "' is negative; U is a magnitude");
     if (std::min(i.start, i.stop) < 0) throw Error("--i: '" + o.i + "' is negative; I is a magnitude");

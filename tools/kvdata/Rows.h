@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -87,6 +88,47 @@ public:
         void Integer(long value) {
             Room();
             m_at = std::to_chars(m_at, m_at + kShortestRoom, value).ptr;
+        }
+        // A value of a grid that was written with `decimals` digits after the point: the
+        // double nearest to n·10^-decimals is written as that decimal, as the user wrote it
+        // ("0.0001", not "1e-04"), without trailing zeros. Anything else as Number.
+        void Decimal(double value, int decimals) {
+            constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+            if (decimals < 0 || decimals > 15) return Number(value);
+            const double scaled = value * kPowers[decimals];
+            if (!(std::abs(scaled) < 0x1p53)) return Number(value);
+            auto n = static_cast<std::int64_t>(std::llround(scaled));
+            if (static_cast<double>(n) / kPowers[decimals] != value || (n == 0 && std::signbit(value)))
+                return Number(value);
+            ++m_column;
+            Room();
+            if (n < 0) {
+                *m_at++ = '-';
+                n = -n;
+            }
+            while (decimals > 0 && n % 10 == 0) {
+                n /= 10;
+                --decimals;
+            }
+            // The digits with at least one before the point, then the point moved in.
+            char digits[24];
+            char* end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+            const auto length = static_cast<int>(end - digits);
+            if (length <= decimals) {
+                *m_at++ = '0';
+                *m_at++ = '.';
+                for (int k = length; k < decimals; ++k) *m_at++ = '0';
+                std::memcpy(m_at, digits, static_cast<std::size_t>(length));
+                m_at += length;
+                return;
+            }
+            std::memcpy(m_at, digits, static_cast<std::size_t>(length - decimals));
+            m_at += length - decimals;
+            if (decimals > 0) {
+                *m_at++ = '.';
+                std::memcpy(m_at, end - decimals, static_cast<std::size_t>(decimals));
+                m_at += decimals;
+            }
         }
         // A JSON string: quotes, backslashes and control characters escaped; UTF-8 kept.
         void JsonString(std::string_view text) {
