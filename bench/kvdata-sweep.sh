@@ -20,7 +20,7 @@ trap 'rm -f "$out" "$times"' EXIT
 
 run() {  # label, extra arguments
     local seconds user system bytes
-    /usr/bin/time -f "%e %U %S" -o "$times" taskset -c 0 "$kvdata" "${sweep[@]}" "${@:2}" >"$out"
+    /usr/bin/time -f "%e %U %S" -o "$times" taskset -c ${KV_CORE:-0} "$kvdata" "${sweep[@]}" "${@:2}" >"$out"
     read -r seconds user system <"$times"
     bytes=$(stat -c %s "$out")
     awk -v l="$1" -v s="$seconds" -v u="$user" -v k="$system" -v n="$rows" -v b="$bytes" \
@@ -32,7 +32,7 @@ run "CSV"
 run "JSON lines" --json
 
 if [ -x "$bench" ]; then
-    per_row=$(taskset -c 0 "$bench" --benchmark_filter='^BM_(SetUIFaza|FazToSim|FazToLin)$' \
+    per_row=$(taskset -c ${KV_CORE:-0} "$bench" --benchmark_filter='^BM_(SetUIFaza|FazToSim|FazToLin)$' \
                   --benchmark_min_time=0.2 --benchmark_format=json 2>/dev/null |
               awk -F: '/"real_time"/ { gsub(/[ ,]/, "", $2); sum += $2 } END { printf "%.1f", sum }')
     awk -v ns="$per_row" -v n="$rows" \
