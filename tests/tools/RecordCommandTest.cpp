@@ -76,6 +76,14 @@ TEST_F(RecordCommandWithRecord, HeaderAndPhasorsAsJson) {
     EXPECT_NEAR(at[1]["groups"][1]["zero"]["magnitude"].get<double>(), 1, 1e-3);
     // A window that would begin before the first sample has no value.
     EXPECT_TRUE(at[2]["channels"]["UA"].is_null());
+
+    // Two channels of one name: neither hides the other.
+    std::string text = Slurp(dir / "rec.cfg");
+    text.replace(text.find(",UB,"), 4, ",UA,");
+    std::ofstream(dir / "rec.cfg", std::ios::binary) << text;
+    const auto twice = nlohmann::json::parse(Kv("record " + cfg + " --json --at 0.02").out)["phasors"][0];
+    EXPECT_NEAR(twice["channels"]["UA #2"]["magnitude"].get<double>(), 57.735, 0.01);
+    EXPECT_EQ(twice["groups"][0]["channels"][1], "UA #2");
 }
 
 TEST_F(RecordCommandWithRecord, CycleByCycleTablesAndPictures) {
@@ -120,6 +128,8 @@ TEST_F(RecordCommandWithRecord, AssessPassesFailsAndErrs) {
     const Outcome fail = Kv("assess " + (dir / "fail.json").string() + " " + cfg);
     EXPECT_EQ(fail.status, 3) << fail.err;
     EXPECT_NE(fail.out.find("FAIL"), std::string::npos) << fail.out;
+    // The quiet state passes: its table shows no edge inside the window, and the next one as such.
+    EXPECT_NE(fail.out.find("none; next 1.0250"), std::string::npos) << fail.out;
 
     const Outcome missing = Kv("assess " + (dir / "none.json").string() + " " + cfg);
     EXPECT_EQ(missing.status, 1);

@@ -2,6 +2,7 @@
 // chosen times or cycle by cycle, a picture of it; and a test sequence's assessments judged
 // against it.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -31,7 +32,7 @@ std::string Utf8(const std::string& bytes) { return ct::TextAsUtf8(bytes); }
 
 // Seconds from the trigger, to the nanosecond: the difference of two sample times carries
 // rounding noise ("-0.061000000000000006") that no record's clock resolves.
-double FromTrigger(const ct::Record& r, double t) { return std::round((t - r.TriggerOffset()) * 1e9) / 1e9; }
+double FromTrigger(double t, double trigger) { return std::round((t - trigger) * 1e9) / 1e9; }
 
 Json HeaderJson(const ct::Record& r) {
     Json rates = Json::array();
@@ -65,20 +66,30 @@ Json PolarJson(const std::optional<kv::relay::Phasor>& p) {
     return p ? PhasorJson(p->Magnitude(), p->Angle()) : Json(nullptr);
 }
 
-// The phasors at one time: times from the trigger, the groups by their channels.
-Json PhasorsJson(const ct::Record& r, const kv::relay::PhasorsAtTime& at, const std::vector<kv::relay::PhaseGroup>& groups,
-                 bool flat) {
-    Json channels = Json::object();
+// The analog channels' keys: their names, and where a name was taken by an earlier
+// channel, the name with the channel's number ("UA #2"), so that no channel hides another.
+std::vector<std::string> ChannelKeys(const ct::Record& r) {
+    std::vector<std::string> keys;
     for (std::size_t c = 0; c < r.analog.size(); ++c) {
+        std::string key = Utf8(r.analog[c].name);
+        while (std::find(keys.begin(), keys.end(), key) != keys.end()) key += " #" + std::to_string(c + 1);
+        keys.push_back(key);
+    }
+    return keys;
+}
+
+// The phasors at one time: times from the trigger, the groups by their channels' keys.
+Json PhasorsJson(const std::vector<std::string>& keys, const kv::relay::PhasorsAtTime& at,
+                 const std::vector<kv::relay::PhaseGroup>& groups, double trigger, bool flat) {
+    Json channels = Json::object();
+    for (std::size_t c = 0; c < keys.size(); ++c) {
         const Json value = PolarJson(at.channels[c]);
-        channels[Utf8(r.analog[c].name)] =
-            flat && value.is_null() ? Json{{"magnitude", nullptr}, {"angle", nullptr}} : value;
+        channels[keys[c]] = flat && value.is_null() ? Json{{"magnitude", nullptr}, {"angle", nullptr}} : value;
     }
     Json sets = flat ? Json::object() : Json::array();
     for (std::size_t g = 0; g < groups.size(); ++g) {
         Json set = {{"unit", Utf8(groups[g].unit)},
-                    {"channels", {Utf8(r.analog[groups[g].a].name), Utf8(r.analog[groups[g].b].name),
-                                  Utf8(r.analog[groups[g].c].name)}}};
+                    {"channels", {keys[groups[g].a], keys[groups[g].b], keys[groups[g].c]}}};
         const auto& s = at.groups[g];
         std::array<kv::relay::PolarValue, 3> reported{};
         if (s) reported = kv::relay::Report(AsTriple(*s));
@@ -94,7 +105,7 @@ Json PhasorsJson(const ct::Record& r, const kv::relay::PhasorsAtTime& at, const 
             sets.push_back(set);
         }
     }
-    return {{"time", FromTrigger(r, at.time)}, {"channels", channels}, {"groups", sets}};
+    return {{"time", FromTrigger(at.time, trigger)}, {"channels", channels}, {"groups", sets}};
 }
 
 void PrintHeader(std::FILE* out, const ct::Record& r) {
@@ -172,27 +183,30 @@ void RunRecord(const RecordOptions& o) {
     const std::vector<double> times = o.at.empty() ? std::vector<double>() : ParseTimes(o.at);
     const double trigger = r.TriggerOffset();
     const auto groups = kv::relay::PhaseGroups(r);
+    const std::vector<std::string> keys = ChannelKeys(r);
 
     if (o.everyCycle) {
         bool first = true;
         for (const auto& cycle : kv::relay::PhasorsEveryCycle(r)) {
             if (o.json)
-                std::fprintf(out.file(), "%s\n", PhasorsJson(r, cycle, groups, false).dump().c_str());
+                std::fprintf(out.file(), "%s\n", PhasorsJson(keys, cycle, groups, trigger, false).dump().c_str());
             else
-                WriteCsvRow(out.file(), PhasorsJson(r, cycle, groups, true), first);
+                WriteCsvRow(out.file(), PhasorsJson(keys, cycle, groups, trigger, true), first);
             first = false;
         }
     } else if (o.json) {
         Json json = HeaderJson(r);
         if (!times.empty()) {
             Json phasors = Json::array();
-            for (const double t : times) phasors.push_back(PhasorsJson(r, kv::relay::PhasorsAt(r, t + trigger), groups, false));
+            for (const double t : times)
+                phasors.push_back(PhasorsJson(keys, kv::relay::PhasorsAt(r, t + trigger), groups, trigger, false));
             json["phasors"] = phasors;
         }
         std::fprintf(out.file(), "%s\n", json.dump(2).c_str());
     } else {
         PrintHeader(out.file(), r);
-        for (const double t : times) PrintPhasors(out.file(), PhasorsJson(r, kv::relay::PhasorsAt(r, t + trigger), groups, false));
+        for (const double t : times)
+            PrintPhasors(out.file(), PhasorsJson(keys, kv::relay::PhasorsAt(r, t + trigger), groups, trigger, false));
     }
 
     if (!o.plot.empty()) {
@@ -243,8 +257,11 @@ int RunAssess(const AssessOptions& o) {
         for (std::size_t k = 0; k < results.size(); ++k) {
             const auto& a = results[k];
             const bool noTrip = !q.assessments[k].expected;
-            rows.push_back({a.name, a.passed ? "pass" : "FAIL",
-                            a.measured ? text(a.measured) : noTrip ? "no trip" : "no trip (none found)",
+            // A passing "no trip" has no edge in its window: the next one is shown as such.
+            const std::string measured = noTrip && a.passed ? (a.measured ? "none; next " + text(a.measured) : "none")
+                                         : a.measured       ? text(a.measured)
+                                                            : "no trip (none found)";
+            rows.push_back({a.name, a.passed ? "pass" : "FAIL", measured,
                             noTrip ? "no edge in " + text(a.low) + " .. " + text(a.high)
                                    : text(a.low) + " .. " + text(a.high)});
         }
