@@ -186,9 +186,18 @@ class Sequence:
     @classmethod
     def load(cls, path: PathLike) -> "Sequence":
         """A sequence file; errors begin with the file's name."""
-        parsed = _kvdata._load_sequence(os.fspath(path))
-        with open(path, encoding="utf-8") as f:
-            return cls._read(json.load(f), parsed)
+        # Read once: the layer checks the very text that the states are built from.
+        name = os.fspath(path)
+        try:
+            with open(path, "rb") as f:
+                text = f.read()
+        except OSError as e:
+            raise ValueError(f"{name}: cannot open: {e.strerror}") from None
+        try:
+            parsed = _kvdata._parse_sequence(text)
+        except ValueError as e:
+            raise ValueError(f"{name}: {e}") from None
+        return cls._read(json.loads(text), parsed)
 
     # ---- building ----------------------------------------------------------------------
 

@@ -322,10 +322,6 @@ void BindRecords(py::module_& m) {
         "_parse_sequence", [](const std::string& text) { return std::make_shared<Sequence>(ParseSequence(text)); },
         "A sequence file's text");
     m.def(
-        "_load_sequence",
-        [](const std::filesystem::path& path) { return std::make_shared<Sequence>(LoadSequence(path)); },
-        "A sequence file");
-    m.def(
         "_polar", [](std::complex<double> v) { return py::make_tuple(std::abs(v), AngleDegrees180(v)); },
         "A complex value as (magnitude, degrees in (-180, 180])");
 
