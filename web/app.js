@@ -139,6 +139,33 @@ function fill(result) {
   }
 }
 
+// The device's limits as kvdata judges them (a catalogue fault): each quantity's largest
+// value against its limit, the numbers in data-kv cells as in the table above.
+function fillLimits(result, device) {
+  const limits = result.limits;
+  $('#limits caption').textContent = 'Device limits (' + (device ? 'device type ' + device : "the library's start-up values") +
+    '): ' + (limits.within ? 'within' : 'EXCEEDED');
+  const tbody = $('#limits tbody');
+  tbody.replaceChildren();
+  for (const c of limits.checks) {
+    const value = (key, v, text) => {
+      const td = cell('limits.' + c.key + '.' + key, 3);
+      td.dataset.value = String(v);
+      td.textContent = text;
+      return td;
+    };
+    const text = (t) => {
+      const td = document.createElement('td');
+      td.textContent = t;
+      return td;
+    };
+    row(tbody, c.quantity, [value('largest', c.largest, fixed(c.largest, 3) + ' ' + c.unit), text(c.where),
+      text(c.limitName), value('limit', c.limit, fixed(c.limit, 3) + ' ' + c.unit),
+      value('exceeded', c.exceeded ? 1 : 0, c.exceeded ? 'exceeds' : 'within')]);
+  }
+  $('#limits').classList.toggle('exceeded', !limits.within);
+}
+
 // ---- diagrams ----
 
 function el(name, attrs, parent) {
@@ -233,6 +260,7 @@ function recompute() {
     return;
   }
   fill(result);
+  if (kind === 'fault') fillLimits(result, values.device);
   drawVectors(result);
   if (kind === 'impedance') drawRX(result);
   $('#summary').textContent = kind === 'fault'
@@ -260,6 +288,7 @@ function show(newKind) {
   $('#form-fault').hidden = kind !== 'fault';
   $('#form-impedance').hidden = kind !== 'impedance';
   for (const id of ['#loops', '#k0', '#rx']) $(id).toggleAttribute('hidden', kind !== 'impedance');
+  $('#limits').toggleAttribute('hidden', kind !== 'fault');
   for (const b of $$('nav button')) b.classList.toggle('active', b.dataset.kind === kind);
   recompute();
 }

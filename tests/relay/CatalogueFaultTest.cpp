@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Kv_Data/State.h"
+#include "Kv_Relay/DeviceLimits.h"
 #include "Kv_Relay/Error.h"
 
 namespace {
@@ -54,6 +55,29 @@ TEST(CatalogueFaultTest, OnlyTheWritersOfCoreStateAreSaidToWrite) {
     EXPECT_NEAR(Synthesise(f).phases.voltages[2].Magnitude(), 110 / std::sqrt(3.0), 1e-9);
     EXPECT_EQ(kv::cstUmax100, line);
     EXPECT_EQ(kv::cst58V, phase);
+}
+
+TEST(CatalogueFaultTest, DeviceLimitsAreJudgedPerQuantityWithWhereTheLargestIs) {
+    const double umax = kv::globUmax, umaxAB = kv::globUmaxAB, imax = kv::globImax;
+    const DeviceLimits device = ApplyDeviceType(35);
+    EXPECT_EQ(device.umax, kv::globUmax);
+    const double phases[] = {10, device.umax + 1, 30}, lines[] = {kv::globUmaxAB, 5, 6}, currents[] = {1, 2, 3};
+    const LimitChecks all = CheckLimits(phases, lines, currents);
+    ASSERT_EQ(all.count, 3);
+    EXPECT_FALSE(all.within);
+    EXPECT_TRUE(all.items[0].exceeded);
+    EXPECT_STREQ(all.items[0].where, "B");
+    EXPECT_FALSE(all.items[1].exceeded);  // at the limit is within it
+    EXPECT_STREQ(all.items[1].limitName, "globUmaxAB");
+    EXPECT_STREQ(all.items[2].where, "C");
+    const LimitChecks currentsOnly = CheckLimits(nullptr, nullptr, currents);
+    ASSERT_EQ(currentsOnly.count, 1);
+    EXPECT_STREQ(currentsOnly.items[0].key, "phase_currents");
+    EXPECT_TRUE(currentsOnly.within);
+    EXPECT_THROW(ApplyDeviceType(22), Error);
+    kv::globUmax = umax;
+    kv::globUmaxAB = umaxAB;
+    kv::globImax = imax;
 }
 
 }  // namespace

@@ -60,6 +60,15 @@ function comparePhases(cells, json) {
   }
 }
 
+// The device's limits against kvdata's verdicts.
+function compareLimits(cells, json) {
+  for (const [key, v] of Object.entries(json.limits)) {
+    close(cells[`limits.${key}.largest`], v.largest, key + '.largest');
+    close(cells[`limits.${key}.limit`], v.value, key + '.limit');
+    assert.equal(cells[`limits.${key}.exceeded`], v.exceeded ? 1 : 0, key + '.exceeded');
+  }
+}
+
 function compareImpedance(cells, json) {
   comparePhases(cells, json);
   for (const [loop, z] of Object.entries(json.loops)) {
@@ -122,6 +131,9 @@ async function main() {
       const cells = await open(page, base, query);
       const json = run(args);
       comparePhases(cells, json);
+      compareLimits(cells, json);
+      assert.equal(await page.$eval('#limits caption', (c) => c.textContent.endsWith(': within')), json.within_limits,
+                   'within limits');
       assert.equal(await page.$eval('#results', (r) => Number(r.dataset.result)), json.result.code, 'result code');
     });
   const times = await page.evaluate(() => window.kvTiming);

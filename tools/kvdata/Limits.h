@@ -8,25 +8,12 @@
 #include <string>
 
 #include "Cli.h"
+#include "Kv_Relay/DeviceLimits.h"
 
 namespace kvdata {
 
-struct Verdict {
-    const char* what;       // "phase voltages"
-    const char* key;        // "phase_voltages"
-    const char* limitName;  // "globUmax"
-    const char* unit;
-    double limit;
-    double largest;
-    const char* where;  // the phase or line of the largest
-    bool exceeded;
-};
-
-struct Verdicts {
-    Verdict items[3];
-    int count = 0;
-    bool within = true;
-};
+using Verdict = kv::relay::LimitCheck;
+using Verdicts = kv::relay::LimitChecks;
 
 // `line` holds the line values of `phases` (FazToLin); halves not given are not checked.
 Verdicts CheckLimits(const kv::CValueIU& phases, const kv::CValueIU& line, bool voltages, bool currents);

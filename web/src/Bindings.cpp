@@ -133,6 +133,37 @@ const CoreState& StartUp() {
     return state;
 }
 
+// The device's limits judged as kvdata judges them, while its constants are in force:
+// {within, checks: [{key, quantity, limitName, unit, limit, largest, where, exceeded}]}.
+val LimitsOf(const ThreePhaseSet& phases) {
+    const ThreePhase lines = LineValues(phases.voltages);
+    double u[3], line[3], i[3];
+    for (std::size_t k = 0; k < 3; ++k) {
+        u[k] = phases.voltages[k].Magnitude();
+        line[k] = lines[k].Magnitude();
+        i[k] = phases.currents[k].Magnitude();
+    }
+    const LimitChecks checks = CheckLimits(u, line, i);
+    val items = val::array();
+    for (int k = 0; k < checks.count; ++k) {
+        const LimitCheck& c = checks.items[k];
+        val item = val::object();
+        item.set("key", std::string(c.key));
+        item.set("quantity", std::string(c.quantity));
+        item.set("limitName", std::string(c.limitName));
+        item.set("unit", std::string(c.unit));
+        item.set("limit", c.limit);
+        item.set("largest", c.largest);
+        item.set("where", std::string(c.where));
+        item.set("exceeded", c.exceeded);
+        items.call<void>("push", item);
+    }
+    val out = val::object();
+    out.set("within", checks.within);
+    out.set("checks", items);
+    return out;
+}
+
 // {type, u, i, phi, nominal, device}: a catalogue fault through the core's full synthesis.
 val CatalogueFaultOf(const val& input) {
     try {
@@ -155,6 +186,7 @@ val CatalogueFaultOf(const val& input) {
             limits = In("device", [&] { return ApplyDeviceType(static_cast<int>(code)); });
         }
         const CatalogueResult r = In("", [&] { return Synthesise(f); });
+        const val deviceLimits = LimitsOf(r.phases);
         StartUp().Restore();
 
         val out = val::object();
@@ -169,6 +201,7 @@ val CatalogueFaultOf(const val& input) {
             out.set("umax", limits->umax);
             out.set("imax", limits->imax);
         }
+        out.set("limits", deviceLimits);
         return out;
     } catch (const FieldError& e) {
         StartUp().Restore();
