@@ -4,6 +4,7 @@
 # (the synthesis and the two transforms, from kv_bench). Wall-clock time follows the load
 # of a shared machine and the kernel's work on the file; the CPU time beside it is steadier.
 #   bench/kvdata-sweep.sh [BUILD_DIR] [ROWS]      (defaults: build, 1000000)
+# KV_CORE=N runs it on core N rather than 0 (another job on core 0).
 set -euo pipefail
 build=${1:-build}
 rows=${2:-1000000}

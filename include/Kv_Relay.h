@@ -9,6 +9,7 @@
 #include "Kv_Relay/DeviceLimits.h"
 #include "Kv_Relay/Error.h"
 #include "Kv_Relay/ImpedanceFault.h"
+#include "Kv_Relay/Input.h"
 #include "Kv_Relay/Phasors.h"
 #include "Kv_Relay/SamplePhasors.h"
 #include "Kv_Relay/Sequence.h"

@@ -147,16 +147,16 @@ function fillLimits(result, device) {
     '): ' + (limits.within ? 'within' : 'EXCEEDED');
   const tbody = $('#limits tbody');
   tbody.replaceChildren();
+  const text = (t) => {
+    const td = document.createElement('td');
+    td.textContent = t;
+    return td;
+  };
   for (const c of limits.checks) {
-    const value = (key, v, text) => {
-      const td = cell('limits.' + c.key + '.' + key, 3);
+    const value = (key, v, t) => {
+      const td = text(t);
+      td.dataset.kv = 'limits.' + c.key + '.' + key;
       td.dataset.value = String(v);
-      td.textContent = text;
-      return td;
-    };
-    const text = (t) => {
-      const td = document.createElement('td');
-      td.textContent = t;
       return td;
     };
     row(tbody, c.quantity, [value('largest', c.largest, fixed(c.largest, 3) + ' ' + c.unit), text(c.where),

@@ -59,10 +59,14 @@ TEST(CatalogueFaultTest, OnlyTheWritersOfCoreStateAreSaidToWrite) {
 
 TEST(CatalogueFaultTest, DeviceLimitsAreJudgedPerQuantityWithWhereTheLargestIs) {
     const double umax = kv::globUmax, umaxAB = kv::globUmaxAB, imax = kv::globImax;
-    const DeviceLimits device = ApplyDeviceType(35);
-    EXPECT_EQ(device.umax, kv::globUmax);
-    const double phases[] = {10, device.umax + 1, 30}, lines[] = {kv::globUmaxAB, 5, 6}, currents[] = {1, 2, 3};
+    kv::globUmax = 100;
+    kv::globUmaxAB = 200;
+    kv::globImax = 10;
+    const double phases[] = {10, 101, 30}, lines[] = {200, 5, 6}, currents[] = {1, 2, 3};
     const LimitChecks all = CheckLimits(phases, lines, currents);
+    kv::globUmax = umax;
+    kv::globUmaxAB = umaxAB;
+    kv::globImax = imax;
     ASSERT_EQ(all.count, 3);
     EXPECT_FALSE(all.within);
     EXPECT_TRUE(all.items[0].exceeded);
@@ -75,9 +79,6 @@ TEST(CatalogueFaultTest, DeviceLimitsAreJudgedPerQuantityWithWhereTheLargestIs) 
     EXPECT_STREQ(currentsOnly.items[0].key, "phase_currents");
     EXPECT_TRUE(currentsOnly.within);
     EXPECT_THROW(ApplyDeviceType(22), Error);
-    kv::globUmax = umax;
-    kv::globUmaxAB = umaxAB;
-    kv::globImax = imax;
 }
 
 }  // namespace

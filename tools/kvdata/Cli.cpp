@@ -16,6 +16,7 @@
 
 #include "Kv_Relay/DeviceLimits.h"
 #include "Kv_Relay/Error.h"
+#include "Kv_Relay/Input.h"
 #include "NumberText.h"
 
 namespace kvdata {
@@ -68,13 +69,8 @@ int DecimalsOf(std::string_view text) {
 }  // namespace
 
 double ParseNumber(std::string_view text, std::string_view what) {
-    std::string_view digits = text;
-    if (!digits.empty() && digits.front() == '+') digits.remove_prefix(1);
-    double value = 0;
-    const auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (digits.empty() || ec != std::errc() || end != digits.data() + digits.size() || !std::isfinite(value))
-        throw Error(std::string(what) + ": " + Quoted(text) + " is not a number");
-    return value;
+    if (const auto value = kv::relay::ReadNumber(text)) return *value;
+    throw Error(std::string(what) + ": " + Quoted(text) + " is not a number");
 }
 
 double ParseNonNegative(std::string_view text, std::string_view what) {

@@ -1,7 +1,6 @@
-// The device's limits, checked as an engineer means them: phase voltages against the
-// phase-voltage limit, line voltages against the line-voltage limit, phase currents
-// against the current limit. (The library's own transforms compare components and line
-// values with the phase limits; the outputs say so beside these verdicts.)
+// kvdata's side of the device's limits: the layer's checks (kv::relay::CheckLimits) of a
+// record and its line values, as a table or JSON, and what the library's own transforms
+// compared (components and line values with the phase limits), said beside them.
 #pragma once
 
 #include <cstdio>

@@ -6,9 +6,7 @@
 #include <emscripten/bind.h>
 #include <emscripten/val.h>
 
-#include <cerrno>
 #include <cmath>
-#include <cstdlib>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -37,14 +35,10 @@ std::string Text(const val& input, const char* name) {
     return s.substr(first, s.find_last_not_of(" \t") - first + 1);
 }
 
+// Read as kvdata reads its options.
 double Number(const std::string& text, const std::string& field) {
-    const char* begin = text.c_str();
-    char* end = nullptr;
-    errno = 0;
-    const double value = std::strtod(begin, &end);
-    if (text.empty() || end != begin + text.size() || errno == ERANGE || !std::isfinite(value))
-        throw FieldError{field, field + ": '" + text + "' is not a number"};
-    return value;
+    if (const auto value = ReadNumber(text)) return *value;
+    throw FieldError{field, field + ": '" + text + "' is not a number"};
 }
 
 double NonNegative(const std::string& text, const std::string& field) {
