@@ -28,6 +28,8 @@ sweeps=(
     "fault FaultBC --phi 0:720:0.5 --no-fold"
     "fault FaultAN --nominal 110 --u 0:120:0.1"
     "fault FaultAB --unom 50 --u 0:100:0.1 --phi 60:90:15"
+    "fault FaultAB --u 1e-4:0.01:1e-4 --i 0.5:1.5:0.25"
+    "fault 82 --u -1:1:0.0125 --phi 0:90:22.5"
     "fault 82 --u -50:50:0.1 --aux 10 --aux-angle 30"
     "fault FaultABUn --uhealthy 40 --u 0:60:0.1"
     "--decimals 2 fault FaultAB --u 0:10:0.01"

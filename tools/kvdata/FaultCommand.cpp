@@ -83,13 +83,13 @@ int Synthesise(int code, Synthesis synthesis, const FaultOptions& o, double U, d
     return 3;
 }
 
-// Without branches: a sweep checks every value of every row.
+// Without branches: a sweep checks every value of every row. x - x is 0 for every finite
+// x and not a number for the others, so the sum of them all is 0 only when all are finite.
 bool AllFinite(const kv::CValueIU& v) {
-    unsigned finite = 1;
-    for (int k = 0; k < 3; ++k)
-        finite &= static_cast<unsigned>(std::isfinite(v.dU[k])) & static_cast<unsigned>(std::isfinite(v.dFiU[k])) &
-                  static_cast<unsigned>(std::isfinite(v.dI[k])) & static_cast<unsigned>(std::isfinite(v.dFiI[k]));
-    return finite != 0;
+    double sum = 0;
+    for (const double* values : {v.dU, v.dFiU, v.dI, v.dFiI})
+        for (int k = 0; k < 3; ++k) sum += values[k] - values[k];
+    return sum == 0;
 }
 
 // The transforms of a group (the currents or the voltages) depend on that group alone,

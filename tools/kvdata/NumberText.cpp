@@ -1,6 +1,10 @@
 #include "NumberText.h"
 
+// {fmt}'s shortest-digits routine compiled here, where it can be inlined, and with its
+// full table of powers of ten rather than the compressed one it recomputes entries from.
+#define FMT_USE_FULL_CACHE_DRAGONBOX 1
 #include <fmt/format.h>
+#include <fmt/format-inl.h>
 
 #include <charconv>
 #include <cmath>

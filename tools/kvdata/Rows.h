@@ -28,6 +28,45 @@ namespace kvdata {
     std::memcpy(to + sizeof first, &second, sizeof second);
 }
 
+// The text of a grid value (see RowBuffer::Row::Decimal) at `at`, at most kShortestLength
+// characters; returns its end.
+inline char* WriteDecimal(char* at, double value, int decimals) {
+    constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    if (decimals < 0 || decimals > 15) return WriteShortest(at, value);
+    const double scaled = value * kPowers[decimals];
+    if (!(std::abs(scaled) < 0x1p53)) return WriteShortest(at, value);
+    auto n = static_cast<std::int64_t>(std::llround(scaled));
+    if (static_cast<double>(n) / kPowers[decimals] != value || (n == 0 && std::signbit(value)))
+        return WriteShortest(at, value);
+    if (n < 0) {
+        *at++ = '-';
+        n = -n;
+    }
+    while (decimals > 0 && n % 10 == 0) {
+        n /= 10;
+        --decimals;
+    }
+    // The digits with at least one before the point, then the point moved in.
+    char digits[24];
+    char* end = std::to_chars(digits, digits + sizeof digits, n).ptr;
+    const auto length = static_cast<int>(end - digits);
+    if (length <= decimals) {
+        *at++ = '0';
+        *at++ = '.';
+        for (int k = length; k < decimals; ++k) *at++ = '0';
+        std::memcpy(at, digits, static_cast<std::size_t>(length));
+        return at + length;
+    }
+    std::memcpy(at, digits, static_cast<std::size_t>(length - decimals));
+    at += length - decimals;
+    if (decimals > 0) {
+        *at++ = '.';
+        std::memcpy(at, end - decimals, static_cast<std::size_t>(decimals));
+        at += decimals;
+    }
+    return at;
+}
+
 class RowBuffer {
     struct Memo;
 
@@ -42,6 +81,7 @@ public:
         m_limit = m_at + m_size - kShortestRoom;
         for (Memo& memo : m_memo) memo.Reset();
         for (Memo& memo : m_recent) memo.Reset();
+        for (Memo& memo : m_decimalMemo) memo.Reset();
     }
     RowBuffer(const RowBuffer&) = delete;
     RowBuffer& operator=(const RowBuffer&) = delete;
@@ -91,44 +131,23 @@ public:
         }
         // A value of a grid that was written with `decimals` digits after the point: the
         // double nearest to n·10^-decimals is written as that decimal, as the user wrote it
-        // ("0.0001", not "1e-04"), without trailing zeros. Anything else as Number.
-        void Decimal(double value, int decimals) {
-            constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-            if (decimals < 0 || decimals > 15) return Number(value);
-            const double scaled = value * kPowers[decimals];
-            if (!(std::abs(scaled) < 0x1p53)) return Number(value);
-            auto n = static_cast<std::int64_t>(std::llround(scaled));
-            if (static_cast<double>(n) / kPowers[decimals] != value || (n == 0 && std::signbit(value)))
-                return Number(value);
-            ++m_column;
+        // ("0.0001", not "1e-04"), without trailing zeros; anything else as Number writes it.
+        // Its text is kept as a number's is, apart from the numbers' places.
+        [[gnu::always_inline]] void Decimal(double value, int decimals) {
             Room();
-            if (n < 0) {
-                *m_at++ = '-';
-                n = -n;
-            }
-            while (decimals > 0 && n % 10 == 0) {
-                n /= 10;
-                --decimals;
-            }
-            // The digits with at least one before the point, then the point moved in.
-            char digits[24];
-            char* end = std::to_chars(digits, digits + sizeof digits, n).ptr;
-            const auto length = static_cast<int>(end - digits);
-            if (length <= decimals) {
-                *m_at++ = '0';
-                *m_at++ = '.';
-                for (int k = length; k < decimals; ++k) *m_at++ = '0';
-                std::memcpy(m_at, digits, static_cast<std::size_t>(length));
-                m_at += length;
+            Memo& memo = m_buffer->m_decimalMemo[m_decimalColumn++ % kDecimalColumns];
+            const auto bits = std::bit_cast<std::uint64_t>(value);
+            if (bits == memo.bits && decimals == memo.decimals) {
+                CopyWindow(m_at, memo.text);
+                m_at += memo.length;
                 return;
             }
-            std::memcpy(m_at, digits, static_cast<std::size_t>(length - decimals));
-            m_at += length - decimals;
-            if (decimals > 0) {
-                *m_at++ = '.';
-                std::memcpy(m_at, end - decimals, static_cast<std::size_t>(decimals));
-                m_at += decimals;
-            }
+            const char* start = m_at;
+            m_at = WriteDecimal(m_at, value, decimals);
+            memo.bits = bits;
+            memo.decimals = decimals;
+            memo.text = start;
+            memo.length = static_cast<std::uint32_t>(m_at - start);
         }
         // A JSON string: quotes, backslashes and control characters escaped; UTF-8 kept.
         void JsonString(std::string_view text) {
@@ -162,6 +181,7 @@ public:
         char* m_at;
         char* m_limit;
         std::size_t m_column = 0;
+        std::size_t m_decimalColumn = 0;
     };
 
     void Text(std::string_view text) { Row(*this).Text(text); }
@@ -188,10 +208,12 @@ private:
         std::uint64_t bits;
         const char* text;  // in the buffer, or `saved` once the buffer is reused
         std::uint32_t length;
+        int decimals;  // of a grid value's text
         char saved[kShortestRoom];
 
         void Reset() {
             bits = std::bit_cast<std::uint64_t>(0.0);
+            decimals = -1;
             length = 1;
             saved[0] = '0';
             text = saved;
@@ -243,10 +265,12 @@ private:
         };
         for (Memo& memo : m_memo) keep(memo);
         for (Memo& memo : m_recent) keep(memo);
+        for (Memo& memo : m_decimalMemo) keep(memo);
     }
 
     static constexpr char kHex[] = "0123456789abcdef";
     static constexpr std::size_t kColumns = 64;  // more than the widest row has
+    static constexpr std::size_t kDecimalColumns = 4;
 
     std::FILE* m_out;
     std::size_t m_size;
@@ -255,6 +279,7 @@ private:
     char* m_limit;  // the last place with room for kShortestRoom characters
     Memo m_memo[kColumns];
     Memo m_recent[16];
+    Memo m_decimalMemo[kDecimalColumns];
 };
 
 }  // namespace kvdata
