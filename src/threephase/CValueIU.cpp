@@ -1,4 +1,5 @@
 #include <cstddef>
+#include <cstring>
 
 #include "Kv_Data/ThreePhase.h"
 
@@ -37,12 +38,11 @@ CValueIU::CValueIU(const double* p) {
 // The target's sequence block stays as it was: callers keep components in it across
 // assignments of phase values.
 CValueIU& CValueIU::operator=(const CValueIU& v) {
-    for (std::size_t k = 0; k < 3; ++k) {
-        dI[k] = v.dI[k];
-        dFiI[k] = v.dFiI[k];
-        dU[k] = v.dU[k];
-        dFiU[k] = v.dFiU[k];
-    }
+    if (this == &v) return *this;
+    std::memcpy(dI, v.dI, sizeof dI);
+    std::memcpy(dFiI, v.dFiI, sizeof dFiI);
+    std::memcpy(dU, v.dU, sizeof dU);
+    std::memcpy(dFiU, v.dFiU, sizeof dFiU);
     return *this;
 }
 

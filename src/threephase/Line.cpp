@@ -1,7 +1,9 @@
 // Line (phase-to-phase) values of a three-phase set.
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
@@ -21,18 +23,46 @@ struct Rect {
     double y;
 };
 
-// The computed pi/180 here, unlike the symmetrical components and their literal.
-Rect ToRect(double m, double fi) {
-    return {m * std::cos(fi * kDegToRad), m * std::sin(fi * kDegToRad)};
+struct CosSin {
+    double c;
+    double s;
+};
+
+// A sweep along one input leaves most phase angles as they were from call to call: each
+// phase's cosine and sine are kept, per thread, with the angle they belong to, and reused
+// while that angle keeps every bit.
+struct KeptAngle {
+    std::uint64_t bits = 0;
+    bool valid = false;
+    CosSin value{};
+
+    // The computed pi/180 here, unlike the symmetrical components and their literal.
+    [[gnu::always_inline]] CosSin Of(double fi) {
+        const auto key = std::bit_cast<std::uint64_t>(fi);
+        if (!valid || bits != key) {
+            value = {std::cos(fi * kDegToRad), std::sin(fi * kDegToRad)};
+            bits = key;
+            valid = true;
+        }
+        return value;
+    }
+};
+
+// The currents' and the voltages' apart, phases A, B, C.
+thread_local KeptAngle tKeptAngles[2][3];
+
+[[gnu::always_inline]] inline Rect ToRect(double m, double fi, KeptAngle& kept) {
+    const CosSin r = kept.Of(fi);
+    return {m * r.c, m * r.s};
 }
 
 // Slot 0 AB, slot 1 BC, slot 2 CA. The magnitude is taken of the reverse difference
 // and the angle of the forward one; hypot does not care, the stored angle does.
 void PhasesToLine(const double (&m)[3], const double (&fi)[3], double (&lineM)[3],
-                  double (&lineFi)[3]) {
-    const Rect a = ToRect(m[0], fi[0]);
-    const Rect b = ToRect(m[1], fi[1]);
-    const Rect c = ToRect(m[2], fi[2]);
+                  double (&lineFi)[3], KeptAngle (&kept)[3]) {
+    const Rect a = ToRect(m[0], fi[0], kept[0]);
+    const Rect b = ToRect(m[1], fi[1], kept[1]);
+    const Rect c = ToRect(m[2], fi[2], kept[2]);
     lineM[0] = std::hypot(b.x - a.x, b.y - a.y);
     lineFi[0] = angles::Abs(std::atan2(a.y - b.y, a.x - b.x) * kRadToDeg);
     lineM[1] = std::hypot(c.x - b.x, c.y - b.y);
@@ -51,8 +81,9 @@ bool Exceeds(const double (&m)[3], double limit) {
 // Both groups are checked whatever the mask.
 int FazToLin(CValueIU& v, unsigned short mask) {
     const CValueIU phases = v;
-    if ((mask & kCurrents) != 0) PhasesToLine(phases.dI, phases.dFiI, v.dI, v.dFiI);
-    if ((mask & kVoltages) != 0) PhasesToLine(phases.dU, phases.dFiU, v.dU, v.dFiU);
+    auto& kept = tKeptAngles;
+    if ((mask & kCurrents) != 0) PhasesToLine(phases.dI, phases.dFiI, v.dI, v.dFiI, kept[0]);
+    if ((mask & kVoltages) != 0) PhasesToLine(phases.dU, phases.dFiU, v.dU, v.dFiU, kept[1]);
     return Exceeds(v.dI, globImax) || Exceeds(v.dU, globUmax) ? 0 : 1;
 }
 

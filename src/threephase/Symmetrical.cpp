@@ -1,7 +1,9 @@
 // Symmetrical components of a three-phase set, and back.
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
@@ -48,6 +50,36 @@ struct Turned {
 
 [[gnu::always_inline]] inline Turned Turn(double fi) { return {At(fi, 0), At(fi, 120), At(fi, 240)}; }
 
+// A sweep along one input leaves most phase angles as they were from call to call (the
+// healthy phases of a fault): the cosines and sines of each phase are kept, per thread,
+// with the angle they belong to, and reused while that angle keeps every bit.
+template <class T>
+struct Kept {
+    std::uint64_t bits = 0;
+    bool valid = false;
+    T value{};
+
+    template <class Compute>
+    [[gnu::always_inline]] T Of(double fi, Compute compute) {
+        const auto key = std::bit_cast<std::uint64_t>(fi);
+        if (!valid || bits != key) {
+            value = compute(fi);
+            bits = key;
+            valid = true;
+        }
+        return value;
+    }
+};
+
+struct KeptAngles {
+    Kept<CosSin> a;
+    Kept<Turned> b;
+    Kept<Turned> c;
+};
+
+// The currents' and the voltages' apart, as a record transforms both in turn.
+thread_local KeptAngles tKeptAngles[2];
+
 // m0 at r0 + m1 at r1 + m2 at r2, summed in the order of the terms.
 // The magnitude is the square root of the sum of squares, not hypot: the last digits
 // are part of the behaviour.
@@ -76,10 +108,10 @@ void Write(const Group& g, double (&m)[3], double (&fi)[3]) {
 }
 
 // Components of phase A. With zeroTimesThree the zero sequence is left undivided (3I0, 3U0).
-Group PhasesToSequence(const Group& p, bool zeroTimesThree) {
-    const CosSin a = At(p.fi[0], 0);
-    const Turned b = Turn(p.fi[1]);
-    const Turned c = Turn(p.fi[2]);
+Group PhasesToSequence(const Group& p, bool zeroTimesThree, KeptAngles& kept) {
+    const CosSin a = kept.a.Of(p.fi[0], [](double fi) { return At(fi, 0); });
+    const Turned b = kept.b.Of(p.fi[1], Turn);
+    const Turned c = kept.c.Of(p.fi[2], Turn);
     const MagAngle zero = WeightedSum(p.m[0], a, p.m[1], b.by0, p.m[2], c.by0);
     const MagAngle negative = WeightedSum(p.m[0], a, p.m[1], b.by240, p.m[2], c.by120);
     const MagAngle positive = WeightedSum(p.m[0], a, p.m[1], b.by120, p.m[2], c.by240);
@@ -123,8 +155,9 @@ int FazToSim(CValueIU& v, unsigned short mask) {
     const Group i = Read(v.dI, v.dFiI);
     const Group u = Read(v.dU, v.dFiU);
     const bool zeroTimesThree = glob_bArm != 0;
-    if ((mask & kCurrents) != 0) Write(PhasesToSequence(i, zeroTimesThree), v.dI, v.dFiI);
-    if ((mask & kVoltages) != 0) Write(PhasesToSequence(u, zeroTimesThree), v.dU, v.dFiU);
+    KeptAngles* kept = tKeptAngles;
+    if ((mask & kCurrents) != 0) Write(PhasesToSequence(i, zeroTimesThree, kept[0]), v.dI, v.dFiI);
+    if ((mask & kVoltages) != 0) Write(PhasesToSequence(u, zeroTimesThree, kept[1]), v.dU, v.dFiU);
     return WithinLimits(v.dI, globImax, v.dU, globUmax);
 }
 
@@ -144,8 +177,9 @@ int SimToFaz(CValueIU& v, unsigned short mask) {
 
 // The sequence block always holds I0 and U0 themselves: glob_bArm is not consulted.
 int FazToSimAnotherFields(CValueIU& v) {
-    Write(PhasesToSequence(Read(v.dI, v.dFiI), false), v.dSimI, v.dSimFiI);
-    Write(PhasesToSequence(Read(v.dU, v.dFiU), false), v.dSimU, v.dSimFiU);
+    KeptAngles* kept = tKeptAngles;
+    Write(PhasesToSequence(Read(v.dI, v.dFiI), false, kept[0]), v.dSimI, v.dSimFiI);
+    Write(PhasesToSequence(Read(v.dU, v.dFiU), false, kept[1]), v.dSimU, v.dSimFiU);
     return WithinLimits(v.dSimI, globImax, v.dSimU, globUmax);
 }
 

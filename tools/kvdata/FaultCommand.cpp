@@ -199,10 +199,8 @@ constexpr GroupKeys kLineKeys = {R"({"AB":{"magnitude":)", R"(,"BC":{"magnitude"
 [[gnu::always_inline]] inline void JsonGroup(Row& row, const double* magnitude, const double* angle,
                                              const GroupKeys& keys) {
     for (int k = 0; k < 3; ++k) {
-        row.Text(keys[k]);
-        row.Number(magnitude[k]);
-        row.Text(",\"angle\":");
-        row.Number(angle[k]);
+        row.Field(keys[k], magnitude[k]);
+        row.Field(",\"angle\":", angle[k]);
         row.Char('}');
     }
     row.Char('}');
@@ -343,8 +341,7 @@ void JsonPoint(RowBuffer& b, const Context& c, const FaultPoint& p) {
             row.Text("\",\"value\":");
         }
         row.Number(v.limit);
-        row.Text(",\"largest\":");
-        row.Number(v.largest);
+        row.Field(",\"largest\":", v.largest);
         row.Text(",\"where\":\"");
         CString(row, v.where);
         row.Text(v.exceeded ? "\",\"exceeded\":true}" : "\",\"exceeded\":false}");
@@ -383,17 +380,13 @@ void CsvHeader(RowBuffer& b, Synthesis s, const FaultPoint& sample) {
 [[gnu::always_inline]] inline void CsvHalves(Row& row, const kv::CValueIU& v, Synthesis s) {
     if (WritesVoltages(s))
         for (int k = 0; k < 3; ++k) {
-            row.Char(',');
-            row.Number(v.dU[k]);
-            row.Char(',');
-            row.Number(v.dFiU[k]);
+            row.Field(',', v.dU[k]);
+            row.Field(',', v.dFiU[k]);
         }
     if (WritesCurrents(s))
         for (int k = 0; k < 3; ++k) {
-            row.Char(',');
-            row.Number(v.dI[k]);
-            row.Char(',');
-            row.Number(v.dFiI[k]);
+            row.Field(',', v.dI[k]);
+            row.Field(',', v.dFiI[k]);
         }
 }
 
@@ -421,10 +414,8 @@ void CsvRow(RowBuffer& b, const Context& c, const FaultPoint& p) {
     row.Text(p.lineWithinLimits == 1 ? ",true" : ",false");
     for (int k = 0; k < p.limits.count; ++k) {
         const Verdict& v = p.limits.items[k];
-        row.Char(',');
-        row.Number(v.limit);
-        row.Char(',');
-        row.Number(v.largest);
+        row.Field(',', v.limit);
+        row.Field(',', v.largest);
         row.Char(',');
         CString(row, v.where);
         row.Text(v.exceeded ? ",true" : ",false");
