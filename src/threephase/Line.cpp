@@ -39,12 +39,13 @@ struct KeptAngle {
     // The computed pi/180 here, unlike the symmetrical components and their literal.
     [[gnu::always_inline]] CosSin Of(double fi) {
         const auto key = std::bit_cast<std::uint64_t>(fi);
-        if (!valid || bits != key) {
-            value = {std::cos(fi * kDegToRad), std::sin(fi * kDegToRad)};
-            bits = key;
-            valid = true;
-        }
-        return value;
+        if (valid && bits == key) return value;
+        // What is returned is the fresh value, not the one just stored.
+        const CosSin fresh{std::cos(fi * kDegToRad), std::sin(fi * kDegToRad)};
+        value = fresh;
+        bits = key;
+        valid = true;
+        return fresh;
     }
 };
 

@@ -62,12 +62,13 @@ struct Kept {
     template <class Compute>
     [[gnu::always_inline]] T Of(double fi, Compute compute) {
         const auto key = std::bit_cast<std::uint64_t>(fi);
-        if (!valid || bits != key) {
-            value = compute(fi);
-            bits = key;
-            valid = true;
-        }
-        return value;
+        if (valid && bits == key) return value;
+        // What is returned is the fresh value, not the one just stored.
+        const T fresh = compute(fi);
+        value = fresh;
+        bits = key;
+        valid = true;
+        return fresh;
     }
 };
 

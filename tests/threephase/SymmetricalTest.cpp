@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <thread>
 #include <tuple>
 
 #include "Kv_Data/Phasor.h"
@@ -217,6 +218,26 @@ TEST_F(Line, LimitsCoverBothGroupsWithoutMargin) {
         CValueIU zero(0, 0, 25, 0, 0, 0);
         EXPECT_EQ(kv::SimToLin(zero, kCurrents), arm);
         for (const double m : zero.dI) EXPECT_NEAR(m, 0, 1e-12);
+    }
+}
+
+// The forward transforms keep the cosines and sines of the angles they last saw: what
+// they give must not depend on what was transformed before, nor on the thread.
+TEST_F(Symmetrical, ForwardTransformsDoNotDependOnTheRecordBefore) {
+    const CValueIU x(3, 1.5, 4, 20, 200, 95, 57, 63, 49, 10, 250, 130);
+    // Phase C's angles kept, A's and B's moved; the currents' angles are x's voltages' angles.
+    const CValueIU y(3, 1.5, 4, 10, 250, 95, 57, 63, 49, 11, 251, 130);
+    for (int (*transform)(CValueIU&, unsigned short) : {kv::FazToSim, kv::FazToLin}) {
+        CValueIU first = x, again = x, other = y, otherFresh = y;
+        transform(first, kBoth);
+        transform(other, kBoth);
+        transform(again, kBoth);
+        EXPECT_TRUE(SameBits(first, again));
+        transform(otherFresh, kBoth);
+        EXPECT_TRUE(SameBits(other, otherFresh));
+        CValueIU elsewhere = y;
+        std::thread([&] { transform(elsewhere, kBoth); }).join();
+        EXPECT_TRUE(SameBits(elsewhere, otherFresh));
     }
 }
 

@@ -87,8 +87,8 @@ int Synthesise(int code, Synthesis synthesis, const FaultOptions& o, double U, d
 // x and not a number for the others, so the sum of them all is 0 only when all are finite.
 bool AllFinite(const kv::CValueIU& v) {
     double sum = 0;
-    for (const double* values : {v.dU, v.dFiU, v.dI, v.dFiI})
-        for (int k = 0; k < 3; ++k) sum += values[k] - values[k];
+    for (int k = 0; k < 3; ++k)
+        sum += (v.dU[k] - v.dU[k]) + (v.dFiU[k] - v.dFiU[k]) + (v.dI[k] - v.dI[k]) + (v.dFiI[k] - v.dFiI[k]);
     return sum == 0;
 }
 
