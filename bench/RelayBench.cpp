@@ -28,6 +28,13 @@ namespace {
 
 using namespace kv::relay;
 
+// K1, K2, ...: appended rather than "K" + text, which g++ 12 at -O3 warns about.
+std::string ContactName(std::size_t index) {
+    std::string name = "K";
+    name += std::to_string(index + 1);
+    return name;
+}
+
 std::array<ImpedanceFault, 28> Faults() {
     const TestModel models[] = {ConstantCurrent{5}, ConstantVoltage{20}, SourceImpedance{Impedance::Polar(2, 80), {}},
                                 SourceToLineRatio{0.5, {}}};
@@ -92,7 +99,7 @@ struct ComtradeRecord {
         for (std::size_t c = 0; c < 6; ++c)
             record.analog.push_back(
                 {names[c], std::string(1, static_cast<char>('A' + c % 3)), c < 3 ? "V" : "A", analog[c]});
-        for (std::size_t c = 0; c < 4; ++c) record.digital.push_back({"K" + std::to_string(c + 1), digital[c]});
+        for (std::size_t c = 0; c < 4; ++c) record.digital.push_back({ContactName(c), digital[c]});
     }
 
     std::array<std::vector<double>, 6> analog;
@@ -254,7 +261,7 @@ const WrittenRecord& Binary100MB() {
         }
         for (std::size_t c = 0; c < 4; ++c) {
             for (std::size_t n = 0; n < kSamples; ++n) digital[c][n] = (n / (1000 * (c + 1))) % 2 ? 1 : 0;
-            record.digital.push_back({"K" + std::to_string(c + 1), digital[c]});
+            record.digital.push_back({ContactName(c), digital[c]});
         }
         return comtrade::Write(record, stem, {comtrade::Revision::Rev2013, comtrade::DataFormat::Binary, false});
     });

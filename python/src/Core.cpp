@@ -205,9 +205,12 @@ void BindThreePhase(py::module_& core) {
             std::string text = "CValueIU(";
             const char* names[] = {"iA", "iB", "iC", "fiIA", "fiIB", "fiIC", "uA", "uB", "uC", "fiUA", "fiUB", "fiUC"};
             const double* blocks[] = {v.dI, v.dFiI, v.dU, v.dFiU};
-            for (std::size_t k = 0; k < 12; ++k)
-                text += (k ? ", " : "") + std::string(names[k]) + "=" +
-                        py::repr(py::float_(blocks[k / 3][k % 3])).cast<std::string>();
+            for (std::size_t k = 0; k < 12; ++k) {
+                if (k) text += ", ";
+                text += names[k];
+                text += '=';
+                text += py::repr(py::float_(blocks[k / 3][k % 3])).cast<std::string>();
+            }
             return text + ")";
         });
     DefBlock(cls, "dI", &CValueIU::dI, "Currents (A), working block");
