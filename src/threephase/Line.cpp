@@ -1,15 +1,14 @@
 // Line (phase-to-phase) values of a three-phase set.
 
-#include <bit>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
 #include "Kv_Data/ThreePhase.h"
 #include "phasor/AngleConstants.h"
 #include "phasor/Angles.h"
+#include "threephase/KeptAngles.h"
 
 namespace kv {
 
@@ -23,37 +22,15 @@ struct Rect {
     double y;
 };
 
-struct CosSin {
-    double c;
-    double s;
-};
-
-// A sweep along one input leaves most phase angles as they were from call to call: each
-// phase's cosine and sine are kept, per thread, with the angle they belong to, and reused
-// while that angle keeps every bit.
-struct KeptAngle {
-    std::uint64_t bits = 0;
-    bool valid = false;
-    CosSin value{};
-
-    // The computed pi/180 here, unlike the symmetrical components and their literal.
-    [[gnu::always_inline]] CosSin Of(double fi) {
-        const auto key = std::bit_cast<std::uint64_t>(fi);
-        if (valid && bits == key) return value;
-        // What is returned is the fresh value, not the one just stored.
-        const CosSin fresh{std::cos(fi * kDegToRad), std::sin(fi * kDegToRad)};
-        value = fresh;
-        bits = key;
-        valid = true;
-        return fresh;
-    }
-};
+using KeptAngle = threephase::Kept<threephase::CosSin>;
 
 // The currents' and the voltages' apart, phases A, B, C.
 thread_local KeptAngle tKeptAngles[2][3];
 
+// The computed pi/180 here, unlike the symmetrical components and their literal.
 [[gnu::always_inline]] inline Rect ToRect(double m, double fi, KeptAngle& kept) {
-    const CosSin r = kept.Of(fi);
+    const threephase::CosSin r =
+        kept.Of(fi, [](double a) { return threephase::CosSin{std::cos(a * kDegToRad), std::sin(a * kDegToRad)}; });
     return {m * r.c, m * r.s};
 }
 

@@ -1,18 +1,20 @@
 // Symmetrical components of a three-phase set, and back.
 
-#include <bit>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 
 #include "Kv_Data/Phasor.h"
 #include "Kv_Data/State.h"
 #include "Kv_Data/ThreePhase.h"
 #include "phasor/Angles.h"
+#include "threephase/KeptAngles.h"
 
 namespace kv {
 
 namespace {
+
+using threephase::CosSin;
+using threephase::Kept;
 
 // The literal factor, not the computed pi/180: the last digits differ, and callers
 // compare the stored components with values they computed the same way. Being 3e-15
@@ -26,12 +28,6 @@ constexpr unsigned kVoltages = 2;
 struct MagAngle {
     double m;
     double fi;
-};
-
-// The cosine and sine of one angle, side by side so that they make one sincos call.
-struct CosSin {
-    double c;
-    double s;
 };
 
 // fi + shift degrees; the shift 0 is still added, which turns an angle of -0 into +0.
@@ -50,28 +46,7 @@ struct Turned {
 
 [[gnu::always_inline]] inline Turned Turn(double fi) { return {At(fi, 0), At(fi, 120), At(fi, 240)}; }
 
-// A sweep along one input leaves most phase angles as they were from call to call (the
-// healthy phases of a fault): the cosines and sines of each phase are kept, per thread,
-// with the angle they belong to, and reused while that angle keeps every bit.
-template <class T>
-struct Kept {
-    std::uint64_t bits = 0;
-    bool valid = false;
-    T value{};
-
-    template <class Compute>
-    [[gnu::always_inline]] T Of(double fi, Compute compute) {
-        const auto key = std::bit_cast<std::uint64_t>(fi);
-        if (valid && bits == key) return value;
-        // What is returned is the fresh value, not the one just stored.
-        const T fresh = compute(fi);
-        value = fresh;
-        bits = key;
-        valid = true;
-        return fresh;
-    }
-};
-
+// Phase A's angle serves unturned only.
 struct KeptAngles {
     Kept<CosSin> a;
     Kept<Turned> b;
