@@ -1,12 +1,13 @@
 // The catalogue's faults through the layer: the core's full synthesis (the twelve-output
 // SetUIFaza) with its inputs named, its result checked and its phasors as value types.
 //
-// The core's synthesis reads the core's global state (device limits, nominal values), so
-// these functions are not for use while another thread changes that state. Syntheses on
-// several threads at once are safe where none writes that state: none of type 123 (it
-// sets the core's A1 flag) and none with a nominal voltage of its own.
+// The core's synthesis reads the core's global state (device limits, nominal values) and
+// records each request there, so syntheses run one at a time, never beside another thread
+// that touches that state. Turning its outputs into phasors (CatalogueSweep::Phasors)
+// touches nothing shared and may run on any thread.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "Kv_Relay/Export.h"
@@ -43,8 +44,11 @@ struct CatalogueResult {
 // negative for type 82 only); the result code is returned, not judged.
 KV_RELAY_API CatalogueResult Synthesise(const CatalogueFault& fault);
 
-// Whether a synthesis of this fault writes the core's global state (see above).
-KV_RELAY_API bool WritesCoreState(const CatalogueFault& fault);
+// The synthesis's first step alone: the core's polar outputs, magnitude and angle in
+// degrees of UA, UB, UC in `voltages` and of IA, IB, IC in `currents`; the result code
+// is returned. The same checks and Errors as Synthesise.
+KV_RELAY_API int SynthesisePolar(const CatalogueFault& fault, std::span<double, 6> voltages,
+                                 std::span<double, 6> currents);
 
 // Syntheses one after another, as along a sweep, with the same results as Synthesise:
 // the cosine and sine of each phasor's angle are kept and used again while the angle
@@ -52,13 +56,11 @@ KV_RELAY_API bool WritesCoreState(const CatalogueFault& fault);
 class KV_RELAY_API CatalogueSweep {
 public:
     CatalogueResult operator()(const CatalogueFault& fault);
+    // The second step, from SynthesisePolar's outputs, point after point in the same way.
+    ThreePhaseSet Phasors(std::span<const double, 6> voltages, std::span<const double, 6> currents);
 
 private:
-    struct Turn {
-        double angle = 0;  // degrees
-        double cos = 1, sin = 0;
-    };
-    Turn m_turns[6];
+    PolarSweep m_phasors[6];  // UA, UB, UC, IA, IB, IC
 };
 
 }  // namespace kv::relay

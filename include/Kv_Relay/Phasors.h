@@ -6,8 +6,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "Kv_Relay/Export.h"
@@ -25,6 +27,24 @@ KV_RELAY_API Complex FromPolarDegrees(double magnitude, double angleDegrees);
 // The same for a value that a user gives: Error naming `what` unless the magnitude is a
 // finite number >= 0 and the angle finite.
 KV_RELAY_API Complex CheckedPolar(double magnitude, double angleDegrees, std::string_view what);
+
+// CheckedPolar (or FromPolarDegrees, unchecked) along a sweep, with the same results: the
+// cosine and sine of the last angle are kept while the angle keeps every bit, as it does
+// when only magnitudes are swept.
+class KV_RELAY_API PolarSweep {
+public:
+    Complex operator()(double magnitude, double angleDegrees, std::string_view what);
+    Complex Unchecked(double magnitude, double angleDegrees) {
+        if (std::bit_cast<std::uint64_t>(angleDegrees) != std::bit_cast<std::uint64_t>(m_angle)) Turn(angleDegrees);
+        return {magnitude * m_cos, magnitude * m_sin};
+    }
+
+private:
+    void Turn(double angleDegrees);
+
+    double m_angle = 0;  // degrees
+    double m_cos = 1, m_sin = 0;
+};
 
 // An RMS phasor.
 class Phasor {

@@ -8,7 +8,8 @@ sequences written as COMTRADE records (:class:`Sequence`), records read back
 magnitude·e^(j·angle); angles given as numbers are degrees.
 
 Numeric inputs may be numpy arrays: they broadcast against each other and the results
-carry the broadcast shape, with a last axis of 3 for the phases A, B, C.
+carry the broadcast shape, with a last axis of 3 for the phases A, B, C. The memory of
+large results is kept when they die, for the next ones (:func:`free_kept_memory`).
 
 ``kvdata.core`` is the legacy interface with its names kept.
 """
@@ -17,7 +18,7 @@ import sys as _sys
 
 from . import _kvdata, comtrade, plot
 from ._faults import LOOPS, FaultResult, ImpedanceResult, fault, fault_type, fault_type_name, impedance, k0_forms
-from ._kvdata import line_values, report, symmetrical
+from ._kvdata import free_kept_memory, line_values, report, symmetrical
 from ._records import Assessment, AssessmentResult, Record, Sequence, State, Waveforms, assess
 
 core = _kvdata.core
@@ -40,6 +41,7 @@ __all__ = [
     "fault",
     "fault_type",
     "fault_type_name",
+    "free_kept_memory",
     "impedance",
     "k0_forms",
     "line_values",

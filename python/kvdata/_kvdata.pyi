@@ -16,3 +16,7 @@ def line_values(phases: npt.ArrayLike) -> npt.NDArray[np.complex128]:
 
 def report(sets: npt.ArrayLike) -> Tuple[npt.NDArray[np.float64], npt.NDArray[np.float64]]:
     """Magnitudes and angles in degrees [0, 360) of three-phase sets as they are reported."""
+
+def free_kept_memory() -> int:
+    """Frees the memory kept from dead results of fault and impedance (up to 512 MiB in
+    all, reused by later results of the same size); returns how many bytes that was."""

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Bindings.h"
+#include "ResultMemory.h"
 #include "Kv_Relay/CatalogueFault.h"
 #include "Kv_Relay/Error.h"
 #include "Kv_Relay/ImpedanceFault.h"
@@ -22,10 +24,13 @@ using namespace kv::relay;
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
+py::ssize_t Extent(std::size_t n) { return static_cast<py::ssize_t>(n); }
+
 // Results of n points: a three-phase set as two (n, 3) complex arrays.
 struct PhaseArrays {
     explicit PhaseArrays(std::size_t n)
-        : voltages({n, std::size_t{3}}), currents({n, std::size_t{3}}), v(voltages.mutable_data()),
+        : voltages(ResultArray<std::complex<double>>({Extent(n), 3})),
+          currents(ResultArray<std::complex<double>>({Extent(n), 3})), v(voltages.mutable_data()),
           i(currents.mutable_data()) {}
     void Put(std::size_t k, const ThreePhaseSet& s) {
         for (std::size_t p = 0; p < 3; ++p) {
@@ -100,6 +105,9 @@ void ForEachPoint(std::size_t n, unsigned threads, MakeWorker makeWorker) {
 
 using Ints = py::array_t<int, py::array::c_style | py::array::forcecast>;
 
+// The catalogue over n points. Every synthesis records its request in the core's globals,
+// so they run on this thread, one after another, and leave their polar outputs in the
+// result arrays; then every core turns those into phasors in place.
 py::dict Fault(const Ints& type, const Doubles& u, const Doubles& i, const Doubles& phi, const Doubles& unom,
                const Doubles& aux, const Doubles& auxAngle, const Doubles& uhealthy, const Doubles& nominal) {
     const std::size_t n = Points({{"type", type.size()},
@@ -111,39 +119,41 @@ py::dict Fault(const Ints& type, const Doubles& u, const Doubles& i, const Doubl
                                   {"aux_angle", auxAngle.size()},
                                   {"uhealthy", uhealthy.size()},
                                   {"nominal_voltage", nominal.size()}});
-    py::array_t<int> result(static_cast<py::ssize_t>(n));
+    py::array_t<int> result = ResultArray<int>({Extent(n)});
     PhaseArrays phases(n);
     int* codes = result.mutable_data();
+    // A complex number is its real and imaginary parts, in this order, as an array of two.
+    auto* polarVoltages = reinterpret_cast<double*>(phases.v);
+    auto* polarCurrents = reinterpret_cast<double*>(phases.i);
     const Column<int> t(type);
     const Column<double> cu(u), ci(i), cphi(phi), cunom(unom), caux(aux), cangle(auxAngle), chealthy(uhealthy),
         cnominal(nominal);
+    const auto synthesise = [&](std::size_t k) {
+        CatalogueFault f;
+        f.type = t[k];
+        f.u = cu[k];
+        f.i = ci[k];
+        f.phi = cphi[k];
+        f.unom = cunom[k];
+        f.aux = caux[k];
+        f.auxAngle = cangle[k];
+        f.uhealthy = chealthy[k];
+        f.nominalVoltage = cnominal[k];
+        double v[6] = {}, c[6] = {};  // outputs a fault type leaves alone stay 0
+        codes[k] = SynthesisePolar(f, v, c);
+        std::copy_n(v, 6, polarVoltages + 6 * k);
+        std::copy_n(c, 6, polarCurrents + 6 * k);
+    };
     {
         py::gil_scoped_release unlocked;
-        const std::lock_guard core(CoreLock());
-        const auto at = [&](std::size_t k) {
-            CatalogueFault f;
-            f.type = t[k];
-            f.u = cu[k];
-            f.i = ci[k];
-            f.phi = cphi[k];
-            f.unom = cunom[k];
-            f.aux = caux[k];
-            f.auxAngle = cangle[k];
-            f.uhealthy = chealthy[k];
-            f.nominalVoltage = cnominal[k];
-            return f;
-        };
-        // The synthesis reads the core's globals; the points run on every core unless one
-        // of them writes there (type 123, a nominal voltage of its own).
-        // (Those two inputs decide it: one value each, one point to look at.)
-        const std::size_t scan = type.size() == 1 && nominal.size() == 1 ? 1 : n;
-        bool writes = false;
-        for (std::size_t k = 0; k < scan && !writes; ++k) writes = WritesCoreState(at(k));
-        ForEachPoint(n, writes ? 1 : std::thread::hardware_concurrency(), [&] {
-            return [&, synthesise = CatalogueSweep()](std::size_t k) mutable {
-                const CatalogueResult r = synthesise(at(k));
-                codes[k] = r.result;
-                phases.Put(k, r.phases);
+        {
+            const std::lock_guard core(CoreLock());
+            ForEachPoint(n, 1, [&] { return synthesise; });
+        }
+        ForEachPoint(n, std::thread::hardware_concurrency(), [&] {
+            return [&, sweep = CatalogueSweep()](std::size_t k) mutable {
+                phases.Put(k, sweep.Phasors(std::span<const double, 6>(polarVoltages + 6 * k, 6),
+                                            std::span<const double, 6>(polarCurrents + 6 * k, 6)));
             };
         });
     }
@@ -182,6 +192,23 @@ Impedance ImpedanceOf(Shape form, double a, double b, const char* what) {
     }
     throw Error(std::string(what) + ": give it as (magnitude, angle) or as R and X");
 }
+
+// An impedance input over the points; a polar one keeps the cosine and sine of its angle
+// while the angle stays, as along a sweep of |Z|.
+class ImpedanceColumn {
+public:
+    ImpedanceColumn(const Form& f, const char* what) : m_form(ShapeOf(f.form, what)), m_a(f.a), m_b(f.b), m_what(what) {}
+    Impedance operator()(std::size_t k) {
+        if (m_form == Shape::Polar) return Impedance(m_polar(m_a[k], m_b[k], m_what));
+        return ImpedanceOf(m_form, m_a[k], m_b[k], m_what);
+    }
+
+private:
+    Shape m_form;
+    Column<double> m_a, m_b;
+    const char* m_what;
+    PolarSweep m_polar;
+};
 
 std::optional<ResidualCompensation> K0Of(Shape form, double a, double b, Impedance line, const char* what) {
     switch (form) {
@@ -238,7 +265,6 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
                        : model == "source" ? Model::Source
                        : model == "sir" ? Model::SIR
                                         : throw Error("model: one of current, voltage, source or sir, got '" + model + "'");
-    const Shape zShape = ShapeOf(z.form, "z"), sourceShape = ShapeOf(quantity.form, "source");
     const std::size_t n = Points({{"z", z.a.size()},
                                   {"z", z.b.size()},
                                   {"k0", k0.a.size()},
@@ -252,12 +278,16 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
                                   {"nominal_voltage", nominal.size()},
                                   {"umax", umax.size()},
                                   {"imax", imax.size()}});
-    const auto size = static_cast<py::ssize_t>(n);
+    const py::ssize_t size = Extent(n);
     PhaseArrays phases(n);
-    Complexes loops({n, kMeasuringLoops}), source(size);
-    Doubles testCurrent(size), loopVoltage(size), preFault(size), k0Magnitude(size), k0Angle(size), rerl(size),
-        xexl(size), z0z1Magnitude(size), z0z1Angle(size);
-    py::array_t<bool> feasible(size), voltageExceeded(size), currentExceeded(size);
+    auto loops = ResultArray<std::complex<double>>({size, Extent(kMeasuringLoops)});
+    auto source = ResultArray<std::complex<double>>({size});
+    auto testCurrent = ResultArray<double>({size}), loopVoltage = ResultArray<double>({size}),
+         preFault = ResultArray<double>({size}), k0Magnitude = ResultArray<double>({size}),
+         k0Angle = ResultArray<double>({size}), rerl = ResultArray<double>({size}), xexl = ResultArray<double>({size}),
+         z0z1Magnitude = ResultArray<double>({size}), z0z1Angle = ResultArray<double>({size});
+    auto feasible = ResultArray<bool>({size}), voltageExceeded = ResultArray<bool>({size}),
+         currentExceeded = ResultArray<bool>({size});
     auto* ploops = loops.mutable_data();
     auto* psource = source.mutable_data();
     double *ptest = testCurrent.mutable_data(), *ploop = loopVoltage.mutable_data(), *ppre = preFault.mutable_data();
@@ -265,22 +295,23 @@ py::dict ImpedanceFaults(const std::string& loopName, const Form& z, const Form&
          *pix = currentExceeded.mutable_data();
     double *pk0m = k0Magnitude.mutable_data(), *pk0a = k0Angle.mutable_data(), *prerl = rerl.mutable_data(),
            *pxexl = xexl.mutable_data(), *pzm = z0z1Magnitude.mutable_data(), *pza = z0z1Angle.mutable_data();
-    const Column<double> za(z.a), zb(z.b), qa(quantity.a), qb(quantity.b), cnominal(nominal), cumax(umax), cimax(imax);
+    const Column<double> qa(quantity.a), cnominal(nominal), cumax(umax), cimax(imax);
     constexpr double kNoLimit = std::numeric_limits<double>::infinity();
     {
         // The layer keeps no state of its own: the points run on every core.
         py::gil_scoped_release unlocked;
         ForEachPoint(n, std::thread::hardware_concurrency(), [&] {
-            return [&, f = FaultOn(loop), k0s = K0Column(k0, "k0"), kss = K0Column(ks, "ks"),
+            return [&, f = FaultOn(loop), zs = ImpedanceColumn(z, "z"), sources = ImpedanceColumn(quantity, "source"),
+                    k0s = K0Column(k0, "k0"), kss = K0Column(ks, "ks"),
                     relay = K0Column(relayK0, "relay_k0")](std::size_t k) mutable {
-                f.z = ImpedanceOf(zShape, za[k], zb[k], "z");
+                f.z = zs(k);
                 f.k0 = k0s(k, f.z).value_or(ResidualCompensation());
                 switch (kind) {
                     case Model::Current: f.model = ConstantCurrent{qa[k]}; break;
                     case Model::Voltage: f.model = ConstantVoltage{qa[k]}; break;
                     case Model::SIR: f.model = SourceToLineRatio{qa[k], kss(k, f.z)}; break;
                     case Model::Source:
-                        f.model = SourceImpedance{ImpedanceOf(sourceShape, qa[k], qb[k], "source"), kss(k, f.z)};
+                        f.model = SourceImpedance{sources(k), kss(k, f.z)};
                         break;
                 }
                 f.nominalVoltage = cnominal[k];
@@ -370,6 +401,9 @@ void BindFaults(py::module_& m) {
             return out;
         },
         "k0 in its three forms for the line impedance z");
+    m.def("free_kept_memory", &FreeKeptMemory,
+          "Frees the memory kept from dead results of kvdata.fault and kvdata.impedance for the next ones; "
+          "returns how many bytes that was");
     m.def("_fault_type_code", &FaultTypeCode, "The code of a fault type's name (with or without 'Fault') or code");
     m.def(
         "_fault_type_name", [](int code) { return py::bytes(FaultTypeName(code)); },

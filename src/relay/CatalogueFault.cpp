@@ -1,8 +1,6 @@
 #include "Kv_Relay/CatalogueFault.h"
 
 #include <array>
-#include <bit>
-#include <cstdint>
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -11,7 +9,6 @@
 #include "Kv_Data/Fault.h"
 #include "Kv_Data/State.h"
 #include "Kv_Relay/Error.h"
-#include "Angles.h"
 
 namespace kv::relay {
 
@@ -70,11 +67,7 @@ int FaultTypeCode(std::string_view text) {
     throw Error("type: unknown fault type '" + std::string(text) + "'");
 }
 
-namespace {
-
-// The core's synthesis into its twelve polar outputs, magnitude and angle of UA, UB, UC,
-// IA, IB, IC.
-int Outputs(const CatalogueFault& f, double (&v)[12]) {
+int SynthesisePolar(const CatalogueFault& f, std::span<double, 6> v, std::span<double, 6> c) {
     if (!InCatalogue(f.type)) Fail("type", "must be a code of the catalogue", f.type);
     RequireFinite(f.u, "u");
     RequireFinite(f.i, "i");
@@ -89,8 +82,8 @@ int Outputs(const CatalogueFault& f, double (&v)[12]) {
     if (f.nominalVoltage < 0) Fail("nominal", "must be > 0", f.nominalVoltage);
 
     const auto synthesise = [&] {
-        return kv::SetUIFaza(f.type, f.u, f.i, f.phi, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8], v[9],
-                             v[10], v[11], f.unom < 0 ? kv::cstUmax100 : f.unom, f.aux, f.auxAngle, f.uhealthy);
+        return kv::SetUIFaza(f.type, f.u, f.i, f.phi, v[0], v[1], v[2], v[3], v[4], v[5], c[0], c[1], c[2], c[3],
+                             c[4], c[5], f.unom < 0 ? kv::cstUmax100 : f.unom, f.aux, f.auxAngle, f.uhealthy);
     };
     if (!(f.nominalVoltage > 0)) return synthesise();
     // The healthy phases of the synthesis follow the core's two nominal values.
@@ -103,41 +96,32 @@ int Outputs(const CatalogueFault& f, double (&v)[12]) {
     return result;
 }
 
-}  // namespace
-
 CatalogueResult Synthesise(const CatalogueFault& f) {
-    double v[12] = {};
+    double v[6] = {}, c[6] = {};
     CatalogueResult r;
-    r.result = Outputs(f, v);
+    r.result = SynthesisePolar(f, v, c);
     for (std::size_t k = 0; k < 3; ++k) {
         r.phases.voltages[k] = Phasor(FromPolarDegrees(v[2 * k], v[2 * k + 1]));
-        r.phases.currents[k] = Phasor(FromPolarDegrees(v[6 + 2 * k], v[6 + 2 * k + 1]));
+        r.phases.currents[k] = Phasor(FromPolarDegrees(c[2 * k], c[2 * k + 1]));
     }
     return r;
 }
 
-bool WritesCoreState(const CatalogueFault& f) { return f.type == 123 || f.nominalVoltage > 0; }
-
 CatalogueResult CatalogueSweep::operator()(const CatalogueFault& f) {
-    double v[12] = {};
+    double v[6] = {}, c[6] = {};
     CatalogueResult r;
-    r.result = Outputs(f, v);
-    // The products of FromPolarDegrees, with its cosine and sine of the same radians.
-    Complex phasors[6];
-    for (std::size_t k = 0; k < 6; ++k) {
-        Turn& t = m_turns[k];
-        const double magnitude = v[2 * k], angle = v[2 * k + 1];
-        if (std::bit_cast<std::uint64_t>(angle) != std::bit_cast<std::uint64_t>(t.angle)) {
-            const double radians = angle * kRadiansPerDegree;
-            t = {angle, std::cos(radians), std::sin(radians)};
-        }
-        phasors[k] = {magnitude * t.cos, magnitude * t.sin};
-    }
-    for (std::size_t k = 0; k < 3; ++k) {
-        r.phases.voltages[k] = Phasor(phasors[k]);
-        r.phases.currents[k] = Phasor(phasors[3 + k]);
-    }
+    r.result = SynthesisePolar(f, v, c);
+    r.phases = Phasors(v, c);
     return r;
+}
+
+ThreePhaseSet CatalogueSweep::Phasors(std::span<const double, 6> v, std::span<const double, 6> c) {
+    ThreePhaseSet phases;
+    for (std::size_t k = 0; k < 3; ++k) {
+        phases.voltages[k] = Phasor(m_phasors[k].Unchecked(v[2 * k], v[2 * k + 1]));
+        phases.currents[k] = Phasor(m_phasors[3 + k].Unchecked(c[2 * k], c[2 * k + 1]));
+    }
+    return phases;
 }
 
 }  // namespace kv::relay

@@ -30,6 +30,9 @@ constexpr PhaseToPhaseLoop kPhaseToPhase[] = {
     {1, 2, 0, -90.0},  // BC
     {2, 0, 1, 150.0},  // CA
 };
+const Complex kUnitLine[3] = {FromPolarDegrees(1.0, kPhaseToPhase[0].lineAngle),
+                              FromPolarDegrees(1.0, kPhaseToPhase[1].lineAngle),
+                              FromPolarDegrees(1.0, kPhaseToPhase[2].lineAngle)};
 
 // Rounding can put the faulted loop's voltage a few ulps above its pre-fault value (a
 // source model with ZS = 0, a constant voltage of Vn): that is no impossible fault.
@@ -39,6 +42,15 @@ double ArgOrZero(Complex z) { return z == Complex() ? 0.0 : std::arg(z); }
 
 // IT∠angle, the angle in radians.
 Complex AtAngle(double magnitude, double radians) { return {magnitude * std::cos(radians), magnitude * std::sin(radians)}; }
+
+// IT∠(θ − arg Z) as IT·e^(jθ)·conj(Z)/|Z|, `unit` = e^(jθ), `magnitude` = |Z|: no angle is
+// taken, which is cheaper and leaves no rounding noise where Z lies on an axis. Z/|Z|
+// first, so that a tiny Z cannot overflow; the angle of a zero impedance is 0.
+Complex AgainstAngleOf(double it, Complex unit, Complex z, double magnitude) {
+    if (magnitude == 0) return {it * unit.real(), it * unit.imag()};
+    const double r = z.real() / magnitude, x = z.imag() / magnitude;
+    return {it * (unit.real() * r + unit.imag() * x), it * (unit.imag() * r - unit.real() * x)};
+}
 
 double Largest(const Complex (&phases)[3]) {
     return std::max({Magnitude(phases[0]), Magnitude(phases[1]), Magnitude(phases[2])});
@@ -54,7 +66,14 @@ Complex Divide(Complex a, Complex b) {
     return std::isfinite(q.real()) && std::isfinite(q.imag()) ? q : a / b;
 }
 
-bool IsFinite(Complex z) { return std::isfinite(z.real()) && std::isfinite(z.imag()); }
+// x − x is 0 for every finite x and NaN otherwise: one test for all six phasors.
+bool AllFinite(const Complex (&v)[3], const Complex (&i)[3]) {
+    double sum = 0;
+    for (std::size_t k = 0; k < 3; ++k)
+        sum += (v[k].real() - v[k].real()) + (v[k].imag() - v[k].imag()) + (i[k].real() - i[k].real()) +
+               (i[k].imag() - i[k].imag());
+    return sum == 0;
+}
 
 void RequireFinite(Complex z, std::string_view field) {
     if (!std::isfinite(z.real())) Fail(std::string(field) + ".real", "must be a finite number", z.real());
@@ -192,8 +211,8 @@ ImpedanceFaultResult Calculate(const ImpedanceFault& f) {
         if (sourceModel) {
             i[x] = SourceQuotient(e[x], source.zs * (1.0 + source.ks) + ze);
         } else {
-            const double it = TestCurrent(f.model, Magnitude(ze));
-            i[x] = AtAngle(it, kPhaseAngle[x] * kRadiansPerDegree - ArgOrZero(ze));
+            const double magnitude = Magnitude(ze);
+            i[x] = AgainstAngleOf(TestCurrent(f.model, magnitude), kUnitStar[x], ze, magnitude);
         }
         v[x] = ze * i[x];
         faulted = x;
@@ -205,8 +224,8 @@ ImpedanceFaultResult Calculate(const ImpedanceFault& f) {
         if (sourceModel) {
             ix = SourceQuotient(e[p.x] - e[p.y], 2.0 * (source.zs + z));
         } else {
-            const double it = TestCurrent(f.model, 2.0 * Magnitude(z));
-            ix = AtAngle(it, p.lineAngle * kRadiansPerDegree - ArgOrZero(z));
+            const double magnitude = Magnitude(z);
+            ix = AgainstAngleOf(TestCurrent(f.model, 2.0 * magnitude), kUnitLine[loop - 3], z, magnitude);
         }
         const Complex vxy = 2.0 * z * ix;
         i[p.x] = ix;
@@ -217,19 +236,18 @@ ImpedanceFaultResult Calculate(const ImpedanceFault& f) {
         r.loopVoltage = Magnitude(vxy);
         r.preFaultLoopVoltage = f.nominalVoltage;
     } else {  // three-phase fault
-        const double it = sourceModel ? 0.0 : TestCurrent(f.model, Magnitude(z));
+        const double magnitude = Magnitude(z);
+        const double it = sourceModel ? 0.0 : TestCurrent(f.model, magnitude);
         for (std::size_t x = 0; x < 3; ++x) {
-            i[x] = sourceModel ? SourceQuotient(e[x], source.zs + z)
-                               : AtAngle(it, kPhaseAngle[x] * kRadiansPerDegree - ArgOrZero(z));
+            i[x] = sourceModel ? SourceQuotient(e[x], source.zs + z) : AgainstAngleOf(it, kUnitStar[x], z, magnitude);
             v[x] = z * i[x];
         }
         r.loopVoltage = Magnitude(v[0]);
         r.preFaultLoopVoltage = vn;
     }
     r.feasible = !(r.loopVoltage > r.preFaultLoopVoltage * (1.0 + kFeasibleSlack));
+    if (!AllFinite(v, i)) throw Error("z: the fault's voltages or currents lie beyond the range of numbers");
     for (std::size_t k = 0; k < 3; ++k) {
-        if (!IsFinite(v[k]) || !IsFinite(i[k]))
-            throw Error("z: the fault's voltages or currents lie beyond the range of numbers");
         r.phases.voltages[k] = Phasor(v[k]);
         r.phases.currents[k] = Phasor(i[k]);
     }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <string>
 
 #include "Angles.h"
@@ -29,11 +28,32 @@ Complex FromPolarDegrees(double magnitude, double angleDegrees) {
     return {magnitude * std::cos(radians), magnitude * std::sin(radians)};
 }
 
-Complex CheckedPolar(double magnitude, double angleDegrees, std::string_view what) {
+namespace {
+
+void CheckPolar(double magnitude, double angleDegrees, std::string_view what) {
     if (!(magnitude >= 0) || !std::isfinite(magnitude))
         Fail(std::string(what) + ".magnitude", "must be a finite number >= 0", magnitude);
     if (!std::isfinite(angleDegrees)) Fail(std::string(what) + ".angle", "must be a finite number", angleDegrees);
+}
+
+}  // namespace
+
+Complex CheckedPolar(double magnitude, double angleDegrees, std::string_view what) {
+    CheckPolar(magnitude, angleDegrees, what);
     return FromPolarDegrees(magnitude, angleDegrees);
+}
+
+Complex PolarSweep::operator()(double magnitude, double angleDegrees, std::string_view what) {
+    CheckPolar(magnitude, angleDegrees, what);
+    return Unchecked(magnitude, angleDegrees);
+}
+
+// FromPolarDegrees's cosine and sine of the same radians, so the products are its own.
+void PolarSweep::Turn(double angleDegrees) {
+    const double radians = angleDegrees * kRadiansPerDegree;
+    m_angle = angleDegrees;
+    m_cos = std::cos(radians);
+    m_sin = std::sin(radians);
 }
 
 double ThreePhase::LargestMagnitude() const { return std::max({a.Magnitude(), b.Magnitude(), c.Magnitude()}); }

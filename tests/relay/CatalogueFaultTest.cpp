@@ -42,15 +42,10 @@ TEST(CatalogueFaultTest, ASweepGivesTheVeryBitsOfSingleSyntheses) {
     EXPECT_THROW(sweep(f), Error);
 }
 
-TEST(CatalogueFaultTest, OnlyTheWritersOfCoreStateAreSaidToWrite) {
+TEST(CatalogueFaultTest, ANominalVoltageIsTheSynthesissOwn) {
     CatalogueFault f;
-    EXPECT_FALSE(WritesCoreState(f));
-    f.type = 123;
-    EXPECT_TRUE(WritesCoreState(f));
-    f.type = 6;
     f.nominalVoltage = 110;
-    EXPECT_TRUE(WritesCoreState(f));
-    // The nominal voltage is the synthesis's own: the core's values are put back.
+    // The core's values are put back.
     const double line = kv::cstUmax100, phase = kv::cst58V;
     EXPECT_NEAR(Synthesise(f).phases.voltages[2].Magnitude(), 110 / std::sqrt(3.0), 1e-9);
     EXPECT_EQ(kv::cstUmax100, line);

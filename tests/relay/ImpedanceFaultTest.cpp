@@ -194,6 +194,18 @@ TEST(ImpedanceFaultTest, FeasibilityAndLimits) {
     EXPECT_EQ(zero.phases.voltages.a.Value(), Complex());
     EXPECT_EQ(zero.loops[0]->Value(), Complex());
     EXPECT_EQ(zero.phases.currents.a.Angle(), 0);
+
+    // A line on the reactance axis leaves no rounding noise in the currents, however tiny
+    // the impedance: IA = −j·IT, IA − IB = IT∠(30° − 90°) with the star's own cosine.
+    for (const double x : {5.0, 1e-310}) {
+        f = Example(FaultLoop::AN);
+        f.k0 = {};
+        f.z = Impedance::RX(0, x);
+        EXPECT_EQ(Calculate(f).phases.currents.a.Value(), Complex(0, -5)) << x;
+        f.loop = FaultLoop::AB;
+        const Complex unit = kv::relay::FromPolarDegrees(1, 30);
+        EXPECT_EQ(Calculate(f).phases.currents.a.Value(), Complex(5 * unit.imag(), -5 * unit.real())) << x;
+    }
 }
 
 TEST(ImpedanceFaultTest, BadInputNamesTheField) {
