@@ -4,7 +4,8 @@ impedance faults in one call each, beside the same done point by point in a Pyth
 (the catalogue through kvdata.fault per point, the earth fault at an impedance in plain
 numpy per point). The loops run on fewer points and are scaled to 10^6.
 
-    PYTHONPATH=build/python bench/python-faults.py [POINTS] [LOOP_POINTS]
+    .venv/bin/python bench/python-faults.py [POINTS] [LOOP_POINTS]       (as installed)
+    PYTHONPATH=build/python bench/python-faults.py [POINTS] [LOOP_POINTS]  (development build)
 """
 
 import cmath
