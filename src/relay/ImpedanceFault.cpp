@@ -38,18 +38,19 @@ const Complex kUnitLine[3] = {FromPolarDegrees(1.0, kPhaseToPhase[0].lineAngle),
 // source model with ZS = 0, a constant voltage of Vn): that is no impossible fault.
 constexpr double kFeasibleSlack = 1e-9;
 
-double ArgOrZero(Complex z) { return z == Complex() ? 0.0 : std::arg(z); }
+// e^(j·arg Z) as Z/|Z|, `magnitude` = |Z|: no angle is taken, which is cheaper and leaves
+// no rounding noise where Z lies on an axis, and a tiny Z cannot overflow. The angle of a
+// zero impedance is 0.
+Complex Direction(Complex z, double magnitude) {
+    if (magnitude == 0) return {1.0, 0.0};
+    return {z.real() / magnitude, z.imag() / magnitude};
+}
 
-// IT∠angle, the angle in radians.
-Complex AtAngle(double magnitude, double radians) { return {magnitude * std::cos(radians), magnitude * std::sin(radians)}; }
-
-// IT∠(θ − arg Z) as IT·e^(jθ)·conj(Z)/|Z|, `unit` = e^(jθ), `magnitude` = |Z|: no angle is
-// taken, which is cheaper and leaves no rounding noise where Z lies on an axis. Z/|Z|
-// first, so that a tiny Z cannot overflow; the angle of a zero impedance is 0.
+// IT∠(θ − arg Z) as IT·e^(jθ)·conj(Z)/|Z|, `unit` = e^(jθ), `magnitude` = |Z|.
 Complex AgainstAngleOf(double it, Complex unit, Complex z, double magnitude) {
-    if (magnitude == 0) return {it * unit.real(), it * unit.imag()};
-    const double r = z.real() / magnitude, x = z.imag() / magnitude;
-    return {it * (unit.real() * r + unit.imag() * x), it * (unit.imag() * r - unit.real() * x)};
+    const Complex d = Direction(z, magnitude);
+    return {it * (unit.real() * d.real() + unit.imag() * d.imag()),
+            it * (unit.imag() * d.real() - unit.real() * d.imag())};
 }
 
 double Largest(const Complex (&phases)[3]) {
@@ -117,7 +118,9 @@ Source SourceOf(const ImpedanceFault& f) {
     if (const auto* m = std::get_if<SourceImpedance>(&f.model))
         return {m->source.Value(), m->sourceK0.value_or(f.k0).Value()};
     const auto& m = std::get<SourceToLineRatio>(f.model);
-    return {AtAngle(m.sir * Magnitude(f.z.Value()), ArgOrZero(f.z.Value())), m.sourceK0.value_or(f.k0).Value()};
+    const double magnitude = Magnitude(f.z.Value()), zs = m.sir * magnitude;
+    const Complex d = Direction(f.z.Value(), magnitude);
+    return {{zs * d.real(), zs * d.imag()}, m.sourceK0.value_or(f.k0).Value()};
 }
 
 bool IsSourceModel(const TestModel& model) {
